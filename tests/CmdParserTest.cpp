@@ -86,6 +86,8 @@ TEST(CmdParser, TakesSurplusAndUnknownWordsWhereAllowed) {
     EXPECT_FALSE(parser.getOptionValue('v', number, {{"1", 10}}));
     EXPECT_TRUE(parser.getOptionValue('v', number, {{"1", 10}, {"2", 20}}));
     EXPECT_EQ(number, 20);
+    // In a set, those without a short form come last.
+    EXPECT_LT(parser.findOpt('v')->compare({0, CmdParser::OptionWithValue, 0, "a", {}, "", ""}), 0);
     EXPECT_FALSE(parser.haveOption(""));  // the form that -v does not have
 }
 

@@ -306,7 +306,7 @@ TEST(Searchers, WrapLinesAtWhitespaceAndDashes) {
                  {"well-known", 5, {"well-", "known"}},
                  {"abcdefgh", 3, {"abc", "def", "gh"}},
                  {"  abcdef", 4, {"  ab", "cdef"}},
-                 {"ab\n\ncd e", 4, {"ab", "", "cd e"}},
+                 {"  \n\ncd e", 2, {"  ", "", "cd", "e"}},
                  {"abc  ", 3, {"abc  "}},
                  {"ab \n cd", 2, {"ab", " c", "d"}},
                  {"ab", 0, {"a", "b"}}};
