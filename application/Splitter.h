@@ -54,7 +54,7 @@ public:
 
         unsigned int type = Header;
         std::string text;                 ///< as read; for `LogTime` and `PollStart` only the value
-        std::vector<std::string> fields;  ///< non-empty parts of a record; empty for other lines
+        std::vector<std::string> fields;  ///< of a record, less its empty positions; the last may be empty
         std::set<LineData> children;      ///< level-2 records below this record
     };
 

@@ -1,10 +1,7 @@
 #include <sys/stat.h>
-#include <sys/types.h>
-#include <unistd.h>
 #include <zlib.h>
 
 #include <filesystem>
-#include <limits>
 #include <random>
 #include <string>
 #include <vector>
@@ -15,7 +12,6 @@
 #include "File.h"
 #include "FileOps.h"
 #include "TestSupport.h"
-#include "ZFile.h"
 
 using namespace MovrikCorelib;
 using namespace TestSupport;
@@ -37,26 +33,17 @@ Lines linesOf(const std::string& path, char delimiter = '\n') {
     Lines lines;
     for (std::string line; file.readUntil(line, delimiter) && lines.size() < 1000000;)
         lines.push_back(line);
-    EXPECT_TRUE(file.atEof());
-    EXPECT_TRUE(file.close());
+    EXPECT_TRUE(file.atEof() && file.close());
     return lines;
-}
-
-std::string joined(const Lines& lines) {
-    std::string text;
-    for (const std::string& line : lines)
-        text += line + '\n';
-    return text;
 }
 
 /// Text that packs badly, in lines of 0 to 200 characters, the same on every run.
 std::string noise(std::size_t size) {
     std::mt19937 random(20100307);
     std::string text;
-    while (text.size() < size) {
+    for (; text.size() < size; text += '\n') {
         for (auto left = random() % 201; left > 0; --left)
             text += static_cast<char>('!' + random() % 90);
-        text += '\n';
     }
     return text;
 }
@@ -73,37 +60,23 @@ std::string unpackedSingly(const std::string& path) {
 
 }  // namespace
 
-TEST(FileTest, KindFollowsFromTheTextBehindTheLastDot) {
+TEST(FileTest, NameDecidesTheKindOnceAndForAll) {
     const std::pair<std::string, int> cases[] = {{"x.in", 1}, {"x.in.gz", 2}, {"x.in.GZ", 2}, {"x.gz.in", 1},
-                                                 {"gz", 1},   {".gz", 2},     {"a.gz/b", 1},  {"", 1},
-                                                 {"x.", 1},   {"x.gzip", 1}};
+                                                 {"gz", 1},   {".gz", 2},     {"", 1},        {"x.gzip", 1}};
     for (const auto& [name, kind] : cases) {
         EXPECT_EQ(File::getFileType(name), kind) << name;
         EXPECT_EQ(File::getFileType(std::wstring(name.begin(), name.end())), kind) << name;
     }
-}
-
-TEST(FileTest, HandleWithoutNameAnswersNoToEverything) {
     File file;
-    std::string text = "old";
-    std::wstring wide;
+    std::string text;
     char c;
-    EXPECT_FALSE(file.openIn() || file.openOut() || file.openAppend() || file.openIO(true, false));
-    EXPECT_FALSE(file.read(c) || file.read(text, 1) || file.readUntil(text, '\n') || file.read(wide, 1));
-    EXPECT_FALSE(file.write('a') || file.write("a") || file.flush() || file.close() || file.atEof());
-    EXPECT_FALSE(file.setPos(0) || file.seekFromEnd(0) || file.canRead() || file.canWrite());
-    EXPECT_EQ(file.size() + file.getPos() + file.getCurLine() + file.getPrevLine(), 0u);
+    EXPECT_FALSE(file.openIn() || file.openIO(true, false) || file.read(c) || file.readUntil(text, '\n'));
+    EXPECT_FALSE(file.write("a") || file.flush() || file.close() || file.atEof() || file.setPos(0));
     EXPECT_EQ(file.getName(), nullptr);
-    EXPECT_EQ(file.getNameW(), nullptr);
-    EXPECT_EQ(file.getNameAlways(), "");
-    EXPECT_FALSE(file.openIn(""));
-
     EXPECT_TRUE(file.setName("x.in"));
-    EXPECT_FALSE(file.setName("x.in.gz"));
-    EXPECT_FALSE(file.openOut(L"x.in.gz"));
+    EXPECT_FALSE(file.setName("x.in.gz") || file.openOut(L"x.in.gz"));
     EXPECT_TRUE(file.setName(L"y.in"));
     EXPECT_EQ(*file.getName(), "y.in");
-    EXPECT_EQ(file.getNameAlwaysW(), L"y.in");
 }
 
 TEST(FileTest, PlainAndGzipDeliverTheirLinesAndEndEachInItsWay) {
@@ -111,8 +84,7 @@ TEST(FileTest, PlainAndGzipDeliverTheirLinesAndEndEachInItsWay) {
         std::string text;
         bool ignoreCR;
         char delimiter;
-        Lines plain;
-        Lines gzip;
+        Lines plain, gzip;
     };
     const std::string giant(3000000, 'g');
     const Case cases[] = {
@@ -126,12 +98,7 @@ TEST(FileTest, PlainAndGzipDeliverTheirLinesAndEndEachInItsWay) {
         {"a\n\r", true, '\n', {"a"}, {"a", ""}},
         {"a\rb\n", false, '\r', {"a", "b\n"}, {"a", "b\n"}},
         {"a\rb\n", true, '\r', {"ab\n"}, {"ab\n"}},
-        {"\xFF"
-         "a\xFF",
-         false,
-         '\xFF',
-         {"", "a"},
-         {"", "a", ""}},
+        {"\xFF!\xFF", false, '\xFF', {"", "!"}, {"", "!", ""}},
         {giant + "\n" + giant, false, '\n', {giant, giant}, {giant, giant}},
     };
     const TempDir dir;
@@ -147,7 +114,7 @@ TEST(FileTest, PlainAndGzipDeliverTheirLinesAndEndEachInItsWay) {
     }
 }
 
-TEST(FileTest, CharactersAndPiecesLeaveOutCarriageReturnsOnDemand) {
+TEST(FileTest, PiecesLeaveOutCarriageReturnsAndMovingBackClearsTheEnd) {
     const TempDir dir;
     writeFile(dir / "x", "\r\ra\rbcd\r");
     writeGzip(dir / "x.gz", "\r\ra\rbcd\r");
@@ -158,13 +125,12 @@ TEST(FileTest, CharactersAndPiecesLeaveOutCarriageReturnsOnDemand) {
         ASSERT_TRUE(file.openIn());
         char c;
         std::string text;
-        EXPECT_TRUE(file.read(c) && c == 'a');
-        EXPECT_TRUE(file.read(text, 0));
-        EXPECT_TRUE(file.read(text, 2) && text == "bc");
-        EXPECT_FALSE(file.atEof());
-        EXPECT_TRUE(file.read(text, 9) && text == "d");
-        EXPECT_TRUE(file.atEof());
-        EXPECT_FALSE(file.read(c) || file.read(text, 9));
+        EXPECT_TRUE(file.read(c) && c == 'a' && file.read(text, 0));
+        EXPECT_TRUE(file.read(text, 2) && text == "bc" && !file.atEof());
+        EXPECT_TRUE(file.read(text, 9) && text == "d" && file.atEof());
+        EXPECT_FALSE(file.read(c) || file.read(text, 9) || file.readUntil(text, '\n'));
+        EXPECT_TRUE(file.setPos(5) && !file.atEof() && file.readUntil(text, '\n'));
+        EXPECT_EQ(text, "cd");
     }
 }
 
@@ -176,83 +142,56 @@ TEST(FileTest, LineNumbersFollowThePosition) {
         starts.push_back(text.size());
         text += "line " + std::to_string(line) + "\n";
     }
+    starts.push_back(text.size());
     writeFile(dir / "x", text);
     writeGzip(dir / "x.gz", text);
     for (const char* name : {"x", "x.gz"}) {
         SCOPED_TRACE(name);
         File file(dir / name);
-        ASSERT_TRUE(file.openIn());
-        EXPECT_EQ(file.getCurLine(), 1u);
-        EXPECT_EQ(file.getPrevLine(), 0u);
-
+        ASSERT_TRUE(file.openIn() && file.getCurLine() == 1 && file.getPrevLine() == 0);
         // A reader that goes back by one character sees each line feed once.
         char c;
         for (int turn = 0; turn < 3; ++turn) {
-            file.setPos(6);
-            EXPECT_TRUE(file.read(c) && c == '\n');
-            EXPECT_EQ(file.getPos(), 7u);
+            EXPECT_TRUE(file.setPos(6) && file.read(c) && c == '\n');
             EXPECT_EQ(file.getPrevLine(), 1u);
             EXPECT_EQ(file.getCurLine(), 2u);
         }
         std::string read;
         for (const unsigned long line : {39999ul, 20000ul, 0ul, 19999ul, 30000ul, 29999ul, 1ul}) {
-            EXPECT_TRUE(file.setPos(starts[line]));
-            EXPECT_TRUE(file.readUntil(read, '\n'));
+            EXPECT_TRUE(file.setPos(starts[line]) && file.readUntil(read, '\n'));
             EXPECT_EQ(read, "line " + std::to_string(line));
             EXPECT_EQ(file.getPrevLine(), line + 1);
             EXPECT_EQ(file.getCurLine(), line + 2);
-            EXPECT_EQ(file.getPos(),
-                      starts[line + 1 < starts.size() ? line + 1 : 0] + (line == 39999 ? text.size() : 0));
+            EXPECT_EQ(file.getPos(), starts[line + 1]);
         }
-        EXPECT_TRUE(file.seekFromBeg(starts[9]));
-        EXPECT_TRUE(file.seekFromCur(-1));
+        EXPECT_TRUE(file.seekFromBeg(starts[9]) && file.seekFromCur(-1));
         EXPECT_EQ(file.getCurLine(), 9u);
-        EXPECT_TRUE(file.read(read, 8) && read == "\nline 9\n");
-        EXPECT_TRUE(file.readUntil(read, '1'));
+        EXPECT_TRUE(file.read(read, 8) && read == "\nline 9\n" && file.readUntil(read, '1'));
         EXPECT_EQ(file.getCurLine(), 11u);
         EXPECT_FALSE(file.seekFromCur(-1000000) || file.setPos(~0ull));
     }
 }
 
-TEST(FileTest, MovingBackClearsTheEnd) {
-    const TempDir dir;
-    writeFile(dir / "x", "ab");
-    writeGzip(dir / "x.gz", "ab");
-    for (const char* name : {"x", "x.gz"}) {
-        File file(dir / name);
-        std::string line;
-        ASSERT_TRUE(file.openIn() && file.readUntil(line, '\n') && file.atEof());
-        EXPECT_FALSE(file.readUntil(line, '\n'));
-        EXPECT_TRUE(file.setPos(1));
-        EXPECT_FALSE(file.atEof());
-        EXPECT_TRUE(file.readUntil(line, '\n') && line == "b") << name;
-    }
-}
-
 TEST(FileTest, CutOrDamagedGzipGivesWhatZlibGivesAndEnds) {
     const TempDir dir;
-    const std::string text = noise(400000);
-    writeGzip(dir / "whole.gz", text);
+    writeGzip(dir / "whole.gz", noise(250000));
     const std::string packed = readFile(dir / "whole.gz");
-    std::vector<std::string> cases{packed + packed, packed + packed.substr(0, packed.size() / 2), "",
-                                   "\x1F\x8B"};
-    for (const double part : {0.0005, 0.37, 0.93, 0.99999}) {
-        const auto place = static_cast<std::size_t>(part * static_cast<double>(packed.size()));
-        cases.push_back(packed.substr(0, place));
+    Lines cases{packed + packed, packed + packed.substr(0, packed.size() / 2), "", "\x1F\x8B"};
+    for (const std::size_t place : {9ul, packed.size() / 3, packed.size() - 1}) {
         std::string damaged = packed;
         for (std::size_t index = place; index < std::min(place + 40, packed.size()); ++index)
             damaged[index] = static_cast<char>(damaged[index] ^ 0x55);
-        cases.push_back(damaged);
-        cases.push_back(packed + damaged);
+        cases.insert(cases.end(), {packed.substr(0, place), damaged, packed + damaged});
     }
     for (std::size_t index = 0; index < cases.size(); ++index) {
         SCOPED_TRACE(index);
         writeFile(dir / "x.gz", cases[index]);
         const std::string expected = unpackedSingly(dir / "x.gz");
-        EXPECT_EQ(joined(linesOf(dir / "x.gz")), expected + "\n");
-
-        ZFile file;
         std::string read;
+        for (const std::string& line : linesOf(dir / "x.gz"))
+            read += line + '\n';
+        EXPECT_EQ(read, expected + "\n");
+        File file;
         ASSERT_TRUE(file.openIn(dir / "x.gz"));
         file.read(read, 2000000);
         EXPECT_EQ(read, expected);
@@ -260,73 +199,51 @@ TEST(FileTest, CutOrDamagedGzipGivesWhatZlibGivesAndEnds) {
         EXPECT_TRUE(file.setPos(0));
         EXPECT_EQ(file.read(read, 5), !expected.empty());
         EXPECT_EQ(read, expected.substr(0, 5));
-        EXPECT_TRUE(file.close());
     }
 }
 
 TEST(FileTest, RefusesWhatIsNoFileWithoutWaiting) {
     const TempDir dir;
-    ASSERT_EQ(mkfifo((dir / "pipe").c_str(), 0600), 0);
-    ASSERT_EQ(mkfifo((dir / "pipe.gz").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo((dir / "pipe").c_str(), 0600) + mkfifo((dir / "pipe.gz").c_str(), 0600), 0);
     std::filesystem::create_directories(dir / "d.gz");
     writeFile(dir / "x", "kept");
     for (const std::string& name : {dir / "pipe", dir / "pipe.gz", dir.path(), dir / "d.gz", dir / "no/x",
                                     dir / "no/x.gz", dir / "x\0y"s, ""s}) {
-        SCOPED_TRACE(name);
         File file(name);
-        EXPECT_FALSE(file.openIn() || file.openOut() || file.openAppend() || file.openIO(true, false));
-        EXPECT_FALSE(file.canRead() || file.canWrite());
+        EXPECT_FALSE(file.openIn() || file.openOut() || file.openAppend() || file.openIO(true, false))
+            << name;
     }
     File file(dir / "x");
     ASSERT_TRUE(file.openIn());
     EXPECT_FALSE(file.openIn() || file.openIn(dir / "y") || file.openOut(dir / "x") || file.openAppend());
-    EXPECT_EQ(file.getNameAlways(), dir / "x");
-    EXPECT_TRUE(file.canRead());
     EXPECT_FALSE(file.canWrite() || file.write("z") || file.write('z'));
-    EXPECT_TRUE(file.close());
-    EXPECT_FALSE(file.close());
+    EXPECT_EQ(file.getNameAlways(), dir / "x");
+    EXPECT_TRUE(file.close() && !file.close());
     EXPECT_EQ(readFile(dir / "x"), "kept");
 }
 
 TEST(FileTest, FullDeviceShowsInEveryResult) {
     const TempDir dir;
-    BasicFile file;
-    ASSERT_TRUE(file.openOut("/dev/full"));
-    EXPECT_TRUE(file.write("line") && file.write('\n') && file.write(""));
-    EXPECT_FALSE(file.flush());
-    EXPECT_FALSE(file.write("line"));
-    EXPECT_FALSE(file.write('\n'));
-    EXPECT_FALSE(file.close());
-
-    ASSERT_TRUE(file.openOut("/dev/full"));
-    EXPECT_FALSE(file.write(std::string(1000000, 'x')));
-    EXPECT_FALSE(file.close());
-    ASSERT_TRUE(file.openOut("/dev/full") && file.write("x"));
-    EXPECT_FALSE(file.close());
-    ASSERT_TRUE(file.openOut("/dev/null") && file.write("x"));
-    EXPECT_TRUE(file.flush() && file.close());
-
     std::filesystem::create_symlink("/dev/full", dir / "full.gz");
-    File packed(dir / "full.gz");
-    ASSERT_TRUE(packed.openOut() && packed.write("line"));
-    EXPECT_FALSE(packed.flush() || packed.write("line") || packed.close());
-    ASSERT_TRUE(packed.openOut());
-    EXPECT_FALSE(packed.write(noise(1000000)));
-    EXPECT_FALSE(packed.close());
-    ASSERT_TRUE(packed.openOut() && packed.write("line"));
-    EXPECT_FALSE(packed.close());
+    for (const std::string& name : {"/dev/full"s, dir / "full.gz"}) {
+        SCOPED_TRACE(name);
+        File file(name);
+        ASSERT_TRUE(file.openOut());
+        EXPECT_TRUE(file.write("line") && file.write('\n') && file.write(""));
+        EXPECT_FALSE(file.flush() || file.write("line") || file.write('\n') || file.close());
+        ASSERT_TRUE(file.openOut());
+        EXPECT_FALSE(file.write(noise(1000000)) || file.close());
+        ASSERT_TRUE(file.openOut() && file.write("line"));
+        EXPECT_FALSE(file.close());
+    }
 }
 
 TEST(FileTest, WritesPlainFilesInAllModes) {
     const TempDir dir;
     const std::string name = dir / "x";
     BasicFile file;
-    ASSERT_TRUE(file.openOut(name));
-    EXPECT_TRUE(file.write("one\0"s) && file.write('\n'));
-    EXPECT_EQ(file.size(), 5u);
-    EXPECT_TRUE(file.close());
-    ASSERT_TRUE(file.openAppend());
-    EXPECT_TRUE(file.write("two\n"));
+    ASSERT_TRUE(file.openOut(name) && file.write("one\0"s) && file.write('\n') && file.close());
+    ASSERT_TRUE(file.openAppend() && file.setPos(0) && file.write("two\n"));
     EXPECT_EQ(file.size(), 9u);
     EXPECT_TRUE(file.flush());
     EXPECT_EQ(readFile(name), "one\0\ntwo\n"s);
@@ -334,32 +251,30 @@ TEST(FileTest, WritesPlainFilesInAllModes) {
 
     std::string line;
     ASSERT_TRUE(file.openIO(false, false));
-    EXPECT_TRUE(file.canRead() && file.canWrite());
     EXPECT_TRUE(file.readUntil(line, '\n') && file.write("TWO") && file.readUntil(line, 'x'));
     EXPECT_EQ(line, "\n");
     EXPECT_TRUE(file.seekFromEnd(-4) && file.readUntil(line, '\n') && line == "TWO");
     EXPECT_EQ(file.getPrevLine(), 2u);
-    EXPECT_TRUE(file.close());
-
     // Line feeds written count like those read, once the position is behind them.
-    ASSERT_TRUE(file.openIO(false, false));
     EXPECT_TRUE(file.seekFromEnd(0) && file.write("\n\n") && file.seekFromCur(-1));
     EXPECT_EQ(file.getCurLine(), 4u);
     EXPECT_TRUE(file.setPos(3) && file.write("\n") && file.setPos(5) && file.readUntil(line, '\n'));
-    EXPECT_EQ(line, "TWO");
     EXPECT_EQ(file.getCurLine(), 4u);
-    EXPECT_TRUE(file.setPos(0) && file.write("one\0"s) && file.close());
-    std::filesystem::resize_file(name, 9);
+    EXPECT_TRUE(file.close());
+    EXPECT_EQ(readFile(name), "one\n\nTWO\n\n\n");
 
     ASSERT_TRUE(file.openIO(false, true));
-    EXPECT_TRUE(file.setPos(0) && file.write("end") && file.setPos(0) && file.readUntil(line, '\n'));
-    EXPECT_TRUE(file.close());
-    EXPECT_EQ(readFile(name), "one\0\nTWO\nend"s);
-    ASSERT_TRUE(file.openIO(true, false));
-    EXPECT_EQ(file.size(), 0u);
-    EXPECT_TRUE(file.close());
-    EXPECT_EQ(readFile(name), "");
+    EXPECT_TRUE(file.setPos(0) && file.write("e") && file.setPos(4) && file.write("nd"));
+    EXPECT_EQ(file.size(), 14u);
+    EXPECT_TRUE(file.setPos(0) && file.readUntil(line, '\n') && line == "one" && file.close());
+    EXPECT_EQ(readFile(name), "one\n\nTWO\n\n\nend");
     EXPECT_FALSE(file.openIn(dir / "none") || file.openIO(false, false));
+
+    const unsigned long long far = 5ull << 30;
+    file.setName(name);
+    ASSERT_TRUE(file.openIO(true, false) && file.setPos(far) && file.write("end"));
+    EXPECT_EQ(file.size(), far + 3);
+    EXPECT_TRUE(file.seekFromEnd(-2) && file.getPos() == far + 1 && file.read(line, 9) && line == "nd");
 }
 
 TEST(FileTest, WritesGzipFilesThatUnpackToWhatWasWritten) {
@@ -373,23 +288,16 @@ TEST(FileTest, WritesGzipFilesThatUnpackToWhatWasWritten) {
     EXPECT_EQ(readGzip(dir / "x.gz"), "");
 
     const std::string text = noise(300000);
-    ASSERT_TRUE(file.openOut());
-    EXPECT_TRUE(file.write("head") && file.write('\n') && file.flush());
+    ASSERT_TRUE(file.openOut() && file.write("head") && file.write('\n') && file.flush());
     EXPECT_EQ(unpackedSingly(dir / "x.gz"), "head\n");
-    EXPECT_TRUE(file.write(text) && file.write(""));
-    EXPECT_EQ(file.getPos(), 5 + text.size());
-    EXPECT_TRUE(file.close());
+    EXPECT_TRUE(file.write(text) && file.write("") && file.close());
     EXPECT_EQ(readGzip(dir / "x.gz"), "head\n" + text);
 }
 
 TEST(FileTest, WideTextStandsInSixteenBitsLowByteFirst) {
     const TempDir dir;
-    const std::wstring text =
-        L"A\u00E9\U0001F600\r\n\xD83D"
-        L"B";
-    const std::string bytes =
-        "A\0\xE9\0\x3D\xD8\0\xDE\r\0\n\0\x3D\xD8"
-        "B\0"s;
+    const std::wstring text = L"A\u00E9\U0001F600\r\n\xD83D!";
+    const std::string bytes = "A\0\xE9\0\x3D\xD8\0\xDE\r\0\n\0\x3D\xD8!\0"s;
     for (const char* name : {"x", "x.gz"}) {
         SCOPED_TRACE(name);
         File file(dir / name);
@@ -401,38 +309,17 @@ TEST(FileTest, WideTextStandsInSixteenBitsLowByteFirst) {
 
         std::wstring read;
         wchar_t c;
-        ASSERT_TRUE(file.openIn());
-        EXPECT_TRUE(file.read(c) && c == L'A');
-        EXPECT_TRUE(file.readUntil(read, L'\n'));
-        EXPECT_EQ(read, L"\u00E9\U0001F600\r");
+        ASSERT_TRUE(file.openIn() && file.read(c) && file.readUntil(read, L'\n'));
+        EXPECT_EQ(c + read, L"A\u00E9\U0001F600\r");
         EXPECT_EQ(file.getCurLine(), 2u);
-        EXPECT_TRUE(file.read(read, 9));
-        EXPECT_EQ(read,
-                  L"\xD83D"
-                  L"B");
+        EXPECT_TRUE(file.read(read, 9) && read == L"\xD83D!");
         EXPECT_FALSE(file.read(c));
         const ScopedIgnoreCR flag(true);
-        EXPECT_TRUE(file.setPos(2) && file.read(read, 3));
-        EXPECT_EQ(read, L"\u00E9\U0001F600\n");
-        EXPECT_TRUE(file.close());
+        EXPECT_TRUE(file.setPos(2) && file.read(read, 3) && read == L"\u00E9\U0001F600\n");
     }
     writeFile(dir / "odd", "a\0b"s);
     const FileOps::Stream stream = FileOps::openFIn(dir / "odd");
     std::wstring read;
-    EXPECT_TRUE(FileOps::readFWUntil(stream.get(), read, L'\n'));
-    EXPECT_EQ(read, L"a");
+    EXPECT_TRUE(FileOps::readFWUntil(stream.get(), read, L'\n') && read == L"a");
     EXPECT_FALSE(FileOps::readFWStr(stream.get(), read, 1));
-}
-
-TEST(FileTest, FilesBeyondTwoGigabytesKeepTheirPositions) {
-    const TempDir dir;
-    const unsigned long long far = 5ull << 30;
-    File file(dir / "x");
-    ASSERT_TRUE(file.openIO(true, false));
-    ASSERT_TRUE(file.setPos(far) && file.write("end"));
-    EXPECT_EQ(file.size(), far + 3);
-    EXPECT_TRUE(file.close());
-    std::string text;
-    ASSERT_TRUE(file.openIn() && file.seekFromEnd(-2));
-    EXPECT_EQ(file.getPos(), far + 1);
 }

@@ -1,3 +1,4 @@
+#include <set>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -142,6 +143,13 @@ TEST_F(SplitterTest, RecordsOrderByWhatIdentifiesThem) {
                     const int got = record(left).compare(record(right));
                     EXPECT_EQ((got > 0) - (got < 0), expected) << left << " " << right;
                 }
+    const std::set<std::size_t> identity = {2, 3, 4, 8, 9, 13, 14};
+    const Line sample = record(longRecord(0, "f", "3", "u"));
+    for (std::size_t position = 0; position < 17; ++position) {
+        Line other = sample;
+        other.fields.at(position) += 'x';
+        EXPECT_EQ(sample < other, identity.contains(position)) << position;
+    }
     EXPECT_LT(record("h:0:v:f:1").compare(record("zzz")), 0);  // by kind: 4 before 7
     EXPECT_LT(record("a").compare(record("b")), 0);
 }
@@ -174,6 +182,12 @@ TEST_F(SplitterTest, SplitFilesOfUnusualSources) {
          "@quorvel.log.time=36000\n@polling.start=36001\nh:0:v:f:1\n\n@polling.start=39600\nh:0:v:g:1\n",
          "@quorvel.log.time=36000\n@polling.start=36001\nh:0:v:f:1\n",
          "@quorvel.log.time=39600\n@polling.start=39600\n"},
+        {"the first short record of a feature stays, and features order by the bytes of v:f:1",
+         "@quorvel.log.time=36000\n@polling.start=36001\nh:0:v:f:1:old\nh:0:v:f5:1\n\n@polling.start=39600\n"
+         "h:0:v:f:1:new\n\n@polling.start=39700\n",
+         "@quorvel.log.time=36000\n@polling.start=36001\nh:0:v:f:1:old\nh:0:v:f5:1\n",
+         "@quorvel.log.time=39600\n@polling.start=39600\nh:0:v:f5:1\nh:0:v:f:1:old\n\n@polling.start="
+         "39700\n"},
         {"a line that is no blank stands before the split",
          "@quorvel.log.time=36000\n@polling.start=36001\n0\n@polling.start=39600\n0\n@polling.start="
          "39700\n0\n",

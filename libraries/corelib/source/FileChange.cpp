@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <list>
 #include <set>
@@ -195,13 +196,16 @@ bool FileChange<Char>::copyDir(const String& source, const String& target, bool 
     PathForm<Char>::completeDir(to);
     TreePaths<String> paths;
     bool all = collect<Char>(from, String(), paths);
-    if (!ensurePath(to))
+    const auto isLinked = [&to](const String& dir) { return FileStatus<Char>::isLink(to + dir); };
+    if (std::ranges::any_of(paths.dirs, isLinked) || !ensurePath(to))
         return false;
     for (const String& dir : paths.dirs)
         all = (FileStatus<Char>::isDir(to + dir) || makeDir(to + dir, false)) && all;
     unsigned long long count = 0;
     const FileTransfer<Char> transfer(overwrite, blockSize, verify, progress);
     for (const String& file : paths.files) {
+        if (overwrite && FileStatus<Char>::isLink(to + file))
+            remove(to + file, false);  // what is written through it would leave the tree
         const bool copied = FileStatus<Char>::isLink(from + file)
                                 ? replaceByLink(from + file, to + file, overwrite)
                                 : transfer.copy(from + file, to + file) == FileTransfer<Char>::Done;

@@ -53,7 +53,8 @@ public:
                      unsigned long blockSize, bool verify, const Progress& progress = nullptr);
 
     /// All that is in `source` into `target`, which is made if need be. `overwrite` concerns single files.
-    /// False if `target` lies within `source`, or if anything could not be copied; the rest is nevertheless.
+    /// False, with nothing copied, if `target` lies within `source` or has a link where `source` has a
+    /// directory; false, too, if anything could not be copied; the rest is nevertheless.
     static bool copyDir(const String& source, const String& target, bool overwrite, unsigned long blockSize,
                         bool verify, const Progress& progress = nullptr);
     /// Renames the directory if `target` does not exist; otherwise, and between file systems, `copyDir` and,

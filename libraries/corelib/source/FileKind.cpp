@@ -111,9 +111,12 @@ bool FileKind::setPos(unsigned long long position) {
         if (!drain())
             return false;
         leaveLine();
+        if (mode == Append)
+            storedSize(position);
         if (!place(position))
             return false;
         restart(position);
+        writing = mode != CreateAppend;  // the next write finds the end again
         if (position < linePos) {
             linePos = 0;  // what lies in between may be overwritten
             curLine = 1;

@@ -51,7 +51,7 @@ public:
     bool canWrite() const { return open_ && mode != In; }
 
     /// Offsets in bytes (unpacked bytes in a gzip file). False leaves the position where it is, but a gzip
-    /// file asked to go past its end stands at its end.
+    /// file asked to go past its end stands at its end. After `openAppend` every move leads to the end.
     bool setPos(unsigned long long position);
     bool seekFromBeg(unsigned long long offset) { return setPos(offset); }
     /// Plain files only; an offset of 0 is the end of the file, those before it are negative.

@@ -1,5 +1,7 @@
 #include "FileSearch.h"
 
+#include <sys/stat.h>
+
 #include <vector>
 
 #include "EnvTools.h"
@@ -48,15 +50,24 @@ bool walk(const std::basic_string<Char>& dir, const std::basic_string<Char>& pat
     return false;
 }
 
+/// Null for all but regular files: a device may have no end.
+template <class String>
+FileOps::Stream openSearched(const String& path) {
+    struct stat64 status;
+    if (stat64(SystemPath(path), &status) != 0 || !S_ISREG(status.st_mode))
+        return nullptr;
+    return FileOps::openFIn(systemText(path));
+}
+
 template <class String>
 bool holdsText(const String& path, const std::string& text) {
-    const FileOps::Stream stream = FileOps::openFIn(systemText(path));
+    const FileOps::Stream stream = openSearched(path);
     return stream && (text.empty() || FileScanner(stream.get(), text).next());
 }
 
 template <class String>
 bool holdsMatch(const String& path, const std::string& lineGlob) {
-    const FileOps::Stream stream = FileOps::openFIn(systemText(path));
+    const FileOps::Stream stream = openSearched(path);
     for (std::string line; FileOps::readFUntil(stream.get(), line, '\n');) {
         if (GlobMatcher::match(line, lineGlob, 0, std::string::npos))
             return true;
@@ -161,7 +172,7 @@ bool FileSearch<Char>::find(const String& dir, const String& pattern, const Stri
             results.insert(std::move(hit));
             return false;
         }
-        const FileOps::Stream stream = FileOps::openFIn(systemText(path));
+        const FileOps::Stream stream = openSearched(path);
         for (FileScanner scanner(stream.get(), bytes); stream && scanner.next();) {
             hit.position = scanner.position();
             results.insert(hit);

@@ -20,8 +20,8 @@ struct FileHit {
 
 /// The part of `FileTools` that looks for files, for one character type. A search looks at the files of a
 /// directory first, sorted by name, and if `recursive` then at the directories in it; each directory once,
-/// whatever links lead to it. The callback gets 1 for each directory. Files are searched as bytes, wide texts
-/// converted for it.
+/// whatever links lead to it. The callback gets 1 for each directory. Only regular files are searched
+/// for a text, as bytes, wide texts converted for it.
 template <class Char>
 class FileSearch {
     using String = std::basic_string<Char>;
