@@ -207,13 +207,11 @@ TEST_F(ConfBaseTest, TheAgentReadsWhatItWrites) {
 TEST_F(ConfBaseTest, ChecksValuesInTheirRanges) {
     constexpr unsigned long long Day = 86400000;
     add("int", ConfTypeInt, "-5");
-    add("uint", ConfTypeUInt, "18446744073709551615");
     add("float", ConfTypeFloat, "0.5");
     add("at", ConfTypeDateTime, "1900-01-01T00:00:00Z");
     add("span", ConfTypeTimeSpan, "P1Y");
     conf.testInt("int", -5, 0);
     conf.testInt("int", -9, -5);
-    conf.testUInt("uint", 0, ~0ULL);
     conf.testFloat("float", 0.5, 0.5);
     conf.testTime("at", Day, Day);
     conf.testTimeSpan("span", TimeSpan("P12M"), TimeSpan("P12M"));
@@ -314,9 +312,8 @@ TEST(ConfAgentAlone, DataBanksGoToTheirProvider) {
             message.groupType == "set" ? mine = theirs : theirs = mine;
         };
         param.status = param.bank != "bank" ? 2 : param.key == L"none" ? 3 : 1;
-        if (message.messageType == "keys")
-            param.keys = {list.begin(), list.end()};
-        else
+        param.keys = {list.begin(), list.end()};
+        if (message.messageType != "keys")
             message.messageType == "list" ? pass(list) : pass(text);
         return MessageConsumed;
     });

@@ -112,7 +112,10 @@ TEST_F(ConfNodeTest, FindsMakesAndMovesNodesAlongPaths) {
     EXPECT_FALSE(root->ensureNodes(".x", ConfTypeInt));
 
     const Node held = root->find("a.y");
+    Node removed = root->find("a");
     root->removeChild("a");
+    EXPECT_EQ(held->getPath(), "a.y");
+    removed.clear();
     EXPECT_EQ(held->getPath(), "y");
     EXPECT_TRUE(root->childOrder.empty());
 }

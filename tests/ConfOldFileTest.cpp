@@ -167,6 +167,8 @@ TEST(ConfOldFileAlone, NeedsAStoreAndKeepsWhatItCouldNotSend) {
     EXPECT_EQ(ConfAgent().getString("a"), "x");
     // What has been sent is gone: an empty node is left, which no tree takes.
     EXPECT_THROW(file.sendToBase(false), ConfOldFile::Load_FailedToSendToBase);
+    file.sendToBase(true);
+    EXPECT_EQ(ConfAgent().getSubEntries(""), Names{});
 }
 
 }  // namespace
