@@ -26,14 +26,10 @@ public:
     void construct() override {}
     void destruct() override {}
     void setAppNameAppend() override { AppNameAppend.text = "text"; }
-    void registerConfigurationKeys() override { steps += "keys "; }
-    void configureApp() override { steps += "app "; }
-    void verifyConfiguration() override { work(); }
     int run() override { return work(); }
 
     using AppFrame::fileLogger;
     std::function<int()> work;
-    std::string steps;
 };
 
 class Frame : public testing::Test {
@@ -78,29 +74,6 @@ TEST_F(Frame, RunAppPrintsAndLogsWhateverComesOutOfRun) {
         AppFrame::output(std::wstring(L"100%s"), false);
         EXPECT_EQ(testing::internal::GetCapturedStdout(), printed + printed + "100%s");
     }
-}
-
-TEST_F(Frame, ConfigureBringsTheLogsAndTheTreeUpInOrder) {
-    ASSERT_EQ(FileRegistry::setRaw("Resources\\StartupLogDir", FileRegistry::String, home / "start"), 0);
-    FileRegistry::setFName(home / "other");
-    writeConfiguration(
-        "Movrik () = \"\" { directories () = \"\" { log (DirName) = \"" + (home / "log") + "\" {} } }",
-        "debug-level (Integer) = \"1\" {}");
-    std::vector<std::string> words = {"prog", "--filereg", registry.path, "-c", home / "conf"};
-    std::vector<char*> argv;
-    for (std::string& word : words)
-        argv.push_back(word.data());
-    AppFrame::CommandLineC = static_cast<int>(argv.size());
-    AppFrame::CommandLineV = argv.data();
-
-    TestFrame frame(appName);
-    ASSERT_TRUE(frame.parseCmd());
-    frame.work = [&frame] { return static_cast<int>((frame.steps += "verify").size()); };
-    EXPECT_TRUE(frame.configure());
-    EXPECT_EQ(frame.steps, "keys app verify");
-    EXPECT_EQ(Logger::MainLevel, 5);
-    const std::string line = " AppFrame::configure: Command line:\n" + StringTools::join(words, ' ') + "\n";
-    EXPECT_NE(readFile(home / ("log/" + appName + ".log")).find(line), std::string::npos);
 }
 
 TEST_F(Frame, LogLevelComesFromTheDebugLevelAndElseFromTheSeverity) {
