@@ -43,12 +43,10 @@ TEST(Exception, RendersItsMessageWithoutKeys) {
         {"x@y", " xy"},
         {"@k{a@@b{c};", " ac"},
         {"@k{one};@l{two};", " onetwo"},
-        {"@k{one};@l{two}; z", " onetwo  z"},
-        {"@k{a};} b};", " a}} b"},
+        {"@k{a};} b@c", " a}} bc"},
         {"@k{text;}", " text;"},
         {"@unfinished", " "},
-        {"@config.cache.merge{Failed to merge new configuration data with old}; (New data stream: %)",
-         " Failed to merge new configuration data with old  (New data stream: 5)"},
+        {"@config.cache.merge{Failed}; (New data stream: %)", " Failed  (New data stream: 5)"},
         {"@k{100\\%};", " 100\\%5"},
         {"", ""},
     };
@@ -71,12 +69,11 @@ TEST(Exception, AppendsTextAndItsValues) {
     Exception narrow("@k{one %};", ParamStream() << 1);
     narrow.addToMessage("and %", ParamStream() << 2);
     narrow.addToMessage("end");
-    EXPECT_EQ(narrow.message, "@k{one %}; and % end");
     EXPECT_EQ(narrow.getFullMessage(false), " one 1  and 2 end");
 
     Exception wide;
     wide.addToMessage(L"all %", ParamStream() << 3);
-    EXPECT_EQ(wide.getFullMessageW(true), L"Exception:  all 3");
+    EXPECT_EQ(wide.getFullMessageW(false), L"  all 3");
 }
 
 TEST(Exception, CarriesItsClassAndItsCause) {

@@ -25,9 +25,9 @@ namespace MovrikCorelib {
 /// White space around a line, empty lines and lines that begin with "#" mean nothing. A value comes back
 /// whole: a line feed in it is written as "\n" and a backslash as two (in a "wstring" only where it would be
 /// misread), and one that ends in white space gets a single backslash behind it, which reading takes off
-/// again. Names stand as they are: one that is empty, a bracket, begins with "#", has white space at an end or
-/// a line feed in it, an object's with "=" or an attribute's with "(" cannot be read back. Trees may be nested
-/// to any depth.
+/// again. Names stand as they are: one that is empty, a bracket, begins with "#", has white space at an end
+/// or a line feed in it, an object's with "=" or an attribute's with "(" cannot be read back. Trees may be
+/// nested to any depth.
 ///
 /// Deriving classes say where the text lies. A stream belongs to one thread at a time. Failures while
 /// writing, reading and parsing are thrown; after a failed parse the stream cannot be read.
@@ -73,8 +73,8 @@ public:
     bool write(ElementDef& element) override;
 
     /// "=" becomes "\?", a line feed "\n" and a backslash two of them. For `push` and `pull` of a stream that
-    /// has places for unnamed values, on top of the escapes above. Attributes go without: "\?" in the value of
-    /// one is these two characters, and "=" needs no escape.
+    /// has places for unnamed values, on top of the escapes above. Attributes go without: "\?" in the value
+    /// of one is these two characters, and "=" needs no escape.
     void escape(std::string& text) override;
     void escape(std::wstring& text) override;
     void unescape(std::string& text) override;
