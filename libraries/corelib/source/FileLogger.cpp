@@ -374,7 +374,7 @@ void FileLogger::writeLine(const Logger::LogMessageParameter& record) {
     line.append(" ").append(record.source).append(")");
     padField(line, bracket, BracketWidth);
     line += ' ';
-    line += ParamStream(record.parameters).format(record.message);
+    line += record.parameters.format(record.message);
     line += '\n';
     write(line);
     file.flush();

@@ -1,6 +1,7 @@
 #include "ImsAgent.h"
 
 #include <atomic>
+#include <exception>
 
 #include "DateTime.h"
 #include "DateTimeDetails.h"
@@ -181,6 +182,7 @@ void ImsAgent::traceRemoval(const char* text, unsigned long long id) const {
         if (const Logger* log = tracer(isLogger, HookChange))
             log->verbose(text, ParamStream() << id);
     } catch (const Exception&) {
+    } catch (const std::exception&) {
     }
 }
 

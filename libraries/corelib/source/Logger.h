@@ -30,12 +30,12 @@ public:
                             const ParamStream& values);
 
         int level = 0;
-        std::string source;             ///< `sourceName` of the logger
-        unsigned long long time = 0;    ///< `DateTime::getCurrentTime` at the call
-        unsigned long long thread = 0;  ///< `pthread_self`
-        unsigned int process = 0;       ///< `getpid`
-        std::string message;            ///< placeholders unfilled, keys and source tags in place
-        ParamStream parameters;
+        std::string source;              ///< `sourceName` of the logger
+        unsigned long long time = 0;     ///< `DateTime::getCurrentTime` at the call
+        unsigned long long thread = 0;   ///< `pthread_self`
+        unsigned int process = 0;        ///< `getpid`
+        std::string message;             ///< placeholders unfilled, keys and source tags in place
+        mutable ParamStream parameters;  ///< filling in a text only moves the place of reading
     };
 
     /// How strongly `fail` reports; any other value is silent.

@@ -51,10 +51,11 @@ unsigned long long number(pthread_t thread) {
 }  // namespace
 
 ThreadLock::~ThreadLock() {
-    if (owner.load(std::memory_order_relaxed) != pthread_self())
-        return;
-    level = 1;
-    unlock();
+    const pthread_t holder = owner.load(std::memory_order_relaxed);
+    if (holder == pthread_self())
+        level = 1;
+    if (holder != 0)
+        unlock();
 }
 
 void ThreadLock::makeMutex() {

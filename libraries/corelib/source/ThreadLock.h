@@ -18,7 +18,7 @@ public:
 
     constexpr explicit ThreadLock(Tracing tracing = Traced) noexcept : traced(tracing == Traced) {}
 
-    /// Releases the lock entirely if the calling thread holds it.
+    /// Releases the lock entirely if the calling thread holds it; does nothing to another thread's.
     virtual ~ThreadLock();
 
     ThreadLock(const ThreadLock&) = delete;
