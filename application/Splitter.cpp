@@ -151,13 +151,13 @@ int Splitter::LineData::compare(const LineData& other) const {
             return type < other.type ? -1 : 1;
         return text.compare(other.text);
     }
-    for (std::size_t index : {2, 3, 4})
+    for (const std::size_t index : {2u, 3u, 4u})
         if (int difference = field(index).compare(other.field(index)))
             return difference;
     if (type != other.type)
         return type < other.type ? -1 : 1;
     if (type == LongRecord)
-        for (std::size_t index : {8, 9, 13, 14})
+        for (const std::size_t index : {8u, 9u, 13u, 14u})
             if (int difference = field(index).compare(other.field(index)))
                 return difference;
     return 0;

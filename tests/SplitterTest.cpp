@@ -90,7 +90,7 @@ TEST_F(SplitterTest, ChildrenHangBelowTheLatestParentAlsoOfAnEarlierPoll) {
     EXPECT_EQ(data.lines[0].type, Splitter::LongRecord);
     EXPECT_EQ(data.lines[1].type, Splitter::ShortRecord);
     const Line& parent = data.lines[2];
-    for (std::size_t index : {3, 6, 7})
+    for (std::size_t index : {3u, 6u, 7u})
         EXPECT_EQ(data.lines[index].type, Splitter::ChildRecord) << index;
     // The second long child equals the first in what identifies it, so the older one stays.
     ASSERT_EQ(parent.children.size(), 2u);
