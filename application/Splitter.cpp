@@ -447,34 +447,41 @@ void Splitter::writeHeader(File& file, FileData& data, unsigned long& index) {
 }
 
 void Splitter::writeFirstPoll(File& file, FileData& data, unsigned long& index) {
-    FeatureMap features;
-    FeatureDef wanted;
+    // The records of each feature, in the order of the file. They are folded in feature by feature: the sets
+    // of one feature stay in the processor's cache, the table of a large file does not.
+    std::map<std::string, std::vector<LineData*>> records;
+    FeatureDef feature;
     for (; index < data.lines.size(); ++index) {
         LineData& line = data.lines[index];
         if (line.type == PollStart && index > data.splitIndex) {
+            FeatureMap features;
+            for (const auto& [key, lines] : records) {
+                feature.key = key;
+                foldRecords(lines, *features.emplace_hint(features.end(), feature, std::set<LineData>()));
+            }
             writeStatus(file, data, index, features);
             return;
         }
-        if (line.type != ShortRecord && line.type != LongRecord)
-            continue;
-
-        wanted.setKey(line);
-        auto feature = features.lower_bound(wanted);
-        const bool known = feature != features.end() && feature->first.key == wanted.key;
-        if (!known)
-            feature = features.emplace_hint(feature, wanted, std::set<LineData>());
-
-        std::set<LineData> children = std::move(line.children);
-        if (line.type == LongRecord) {
-            processUsage(feature->second, std::move(line));
-        } else if (!known) {
-            feature->first.line = std::move(line);
-            feature->first.line.children = children;
+        if (line.type == ShortRecord || line.type == LongRecord) {
+            feature.setKey(line);
+            records[feature.key].push_back(&line);
         }
-        while (!children.empty())
-            processUsage(feature->first.usage, std::move(children.extract(children.begin()).value()));
     }
     // A split poll that is the last of the file leaves no status: there is no later poll to open.
+}
+
+void Splitter::foldRecords(const std::vector<LineData*>& records, FeatureMap::value_type& entry) {
+    for (LineData* record : records) {
+        std::set<LineData> children = std::move(record->children);
+        if (record->type == LongRecord) {
+            processUsage(entry.second, std::move(*record));
+        } else if (record == records.front()) {
+            entry.first.line = std::move(*record);
+            entry.first.line.children = children;
+        }
+        while (!children.empty())
+            processUsage(entry.first.usage, std::move(children.extract(children.begin()).value()));
+    }
 }
 
 void Splitter::writeRemainder(File& file, FileData& data, unsigned long& index) {
@@ -501,12 +508,13 @@ void Splitter::processUsage(std::set<LineData>& usage, LineData&& line) {
 }
 
 void Splitter::writeStatus(File& file, FileData&, unsigned long&, FeatureMap& features) {
-    for (const auto& [feature, records] : features) {
-        if (records.empty())
-            writeLine(file, feature.line);
+    while (!features.empty()) {
+        const auto entry = features.extract(features.begin());
+        if (entry.mapped().empty())
+            writeLine(file, entry.key().line);
         else
-            writeLines(file, records);
-        writeLines(file, feature.usage);
+            writeLines(file, entry.mapped());
+        writeLines(file, entry.key().usage);
     }
     write(file, "");
 }

@@ -143,10 +143,12 @@ public:
     void processUsage(std::set<LineData>& usage, const LineData& line);
     void processUsage(std::set<LineData>& usage, LineData&& line);
 
-    /// Writes the state table and the empty line that ends a poll.
+    /// Writes the state table and the empty line that ends a poll. Each entry leaves the table once written.
     void writeStatus(MovrikCorelib::File& file, FileData& data, unsigned long& index, FeatureMap& features);
 
 private:
+    /// Moves the records of one feature, in the order of the file, into its entry of the state table.
+    void foldRecords(const std::vector<LineData*>& records, FeatureMap::value_type& entry);
     bool write(MovrikCorelib::File& file, const std::string& text);
     void writeLine(MovrikCorelib::File& file, const LineData& line);
     void writeLines(MovrikCorelib::File& file, const std::set<LineData>& lines);
