@@ -44,7 +44,7 @@ TimeZone currentZone() {
 /// Record patterns by level, in the order in which they are tried.
 struct RecordForm {
     Splitter::LineType type;
-    unsigned int colons;  ///< a line with fewer cannot match
+    unsigned long colons;  ///< a line with fewer cannot match
     std::string globs[3];
 };
 
@@ -60,29 +60,19 @@ const RecordForm& shortForm() {
     return form;
 }
 
-/// What one pass over a line tells about the record patterns that it might match.
-struct Colons {
-    unsigned int count;
-    bool level[3] = {false, false, false};  ///< ":0:", ":1:", ":2:" behind the first character
-
-    explicit Colons(std::string_view line) : count(static_cast<unsigned int>(std::ranges::count(line, ':'))) {
-        for (std::size_t at = 3; at < line.size(); ++at) {
-            if (line[at] != ':' || line[at - 2] != ':')
-                continue;
-            const unsigned int digit = static_cast<unsigned char>(line[at - 1]) - unsigned{'0'};
-            if (digit < 3)
-                level[digit] = true;
-        }
-    }
-};
-
-/// The level of a record of this form, or -1. The globs decide; `colons` only spares hopeless attempts.
-int matchLevel(const RecordForm& form, const std::string& line, const Colons& colons) {
-    if (colons.count < form.colons)
+/// The level of a record of this form, or -1, in a line with so many colons. The globs decide. A line that
+/// has just the colons of the form spends each of them on one of the glob's, so the level stands between its
+/// first two, and globs of other levels need not be tried.
+int matchLevel(const RecordForm& form, const std::string& line, unsigned long colons) {
+    if (colons < form.colons)
         return -1;
-    for (int level = 0; level < 3; ++level)
-        if (colons.level[level] && GlobMatcher::match(line, form.globs[level], 0, Everything))
+    const std::size_t place = line.find(':') + 1;
+    for (int level = 0; level < 3; ++level) {
+        if (colons == form.colons && line[place] != '0' + level)
+            continue;
+        if (GlobMatcher::match(line, form.globs[level], 0, Everything))
             return level;
+    }
     return -1;
 }
 
@@ -342,7 +332,7 @@ bool Splitter::readFile(const std::string& path, FileData& data) {
             line.type = Version;
             continue;
         }
-        const Colons colons(text);
+        const auto colons = static_cast<unsigned long>(std::ranges::count(text, ':'));
         if (int level = matchLevel(longForm(), text, colons); level >= 0)
             takeRecord(index, LongRecord, level);
         else if (level = matchLevel(shortForm(), text, colons); level >= 0)
