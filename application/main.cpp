@@ -1,3 +1,4 @@
+#include <malloc.h>
 #include <signal.h>
 
 #include "QuorvelArchiveFileSplitter.h"
@@ -29,6 +30,9 @@ int runProgram(int argc, char** argv) {
 int main(int argc, char** argv) {
     for (const int number : {SIGABRT, SIGINT, SIGTERM})
         signal(number, AppFrame::signalQuit);
+    // A poll file lives in memory in millions of small pieces. Joining each to its neighbours as it is freed
+    // costs less than collecting them first, since its surroundings are in the processor's cache then.
+    mallopt(M_MXFAST, 0);
     try {
         return runProgram(argc, argv);
     } catch (...) {
