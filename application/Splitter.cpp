@@ -44,35 +44,56 @@ TimeZone currentZone() {
 /// Record patterns by level, in the order in which they are tried.
 struct RecordForm {
     Splitter::LineType type;
-    unsigned long colons;  ///< a line with fewer cannot match
+    std::size_t colons;  ///< a line with fewer cannot match
+    bool endsFilled;     ///< whether the last position must have something in it
     std::string globs[3];
 };
 
 const RecordForm& longForm() {
     static const std::string tail = ":?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:*";
-    static const RecordForm form{Splitter::LongRecord, 16, {"?*:0" + tail, "?*:1" + tail, "?*:2" + tail}};
+    static const RecordForm form{
+        Splitter::LongRecord, 16, false, {"?*:0" + tail, "?*:1" + tail, "?*:2" + tail}};
     return form;
 }
 
 const RecordForm& shortForm() {
     static const std::string tail = ":?*:?*:?*";
-    static const RecordForm form{Splitter::ShortRecord, 4, {"?*:0" + tail, "?*:1" + tail, "?*:2" + tail}};
+    static const RecordForm form{
+        Splitter::ShortRecord, 4, true, {"?*:0" + tail, "?*:1" + tail, "?*:2" + tail}};
     return form;
 }
 
-/// The level of a record of this form, or -1, in a line with so many colons. The globs decide. A line that
-/// has just the colons of the form spends each of them on one of the glob's, so the level stands between its
-/// first two, and globs of other levels need not be tried.
-int matchLevel(const RecordForm& form, const std::string& line, unsigned long colons) {
-    if (colons < form.colons)
+/// A line cut at its colons, as far as the forms of records go.
+struct Positions {
+    explicit Positions(std::string_view line) {
+        std::size_t begin = 0;
+        for (std::size_t colon; colons < Most && (colon = line.find(':', begin)) != line.npos;
+             begin = colon + 1) {
+            parts[colons++] = line.substr(begin, colon - begin);
+            filled = filled && colon > begin;
+        }
+        parts[colons] = line.substr(begin);
+    }
+
+    static constexpr std::size_t Most = 17;  ///< more than any form has
+    std::size_t colons = 0;
+    bool filled = true;  ///< all positions but the last have something in them
+    std::string_view parts[Most + 1];
+};
+
+/// The level of a record of this form, or -1. A line that has just the colons of the form spends each of them
+/// on one of the glob's, so it matches if its positions are filled; for others the globs decide.
+int matchLevel(const RecordForm& form, const std::string& line, const Positions& positions) {
+    if (positions.colons < form.colons)
         return -1;
-    const std::size_t place = line.find(':') + 1;
-    for (int level = 0; level < 3; ++level) {
-        if (colons == form.colons && line[place] != '0' + level)
-            continue;
+    if (positions.colons == form.colons) {
+        const std::string_view level = positions.parts[1];
+        const bool filled = positions.filled && !(form.endsFilled && positions.parts[form.colons].empty());
+        return filled && level.size() == 1 && level >= "0" && level <= "2" ? level[0] - '0' : -1;
+    }
+    for (int level = 0; level < 3; ++level)
         if (GlobMatcher::match(line, form.globs[level], 0, Everything))
             return level;
-    }
     return -1;
 }
 
@@ -305,14 +326,18 @@ bool Splitter::readFile(const std::string& path, FileData& data) {
     // Not reset at poll boundaries: the parent of a record may lie in an earlier poll.
     std::size_t parent = Unset;
 
-    const auto takeRecord = [&](std::size_t index, LineType type, int level) {
+    const auto takeRecord = [&](std::size_t index, const RecordForm& form, int level,
+                                const Positions& positions) {
         LineData& line = data.lines[index];
-        line.type = type;
-        line.fields = StringTools::splitVector(line.text, ':', Everything, true);
+        line.type = form.type;
+        if (positions.colons == form.colons)
+            line.fields.assign(positions.parts, positions.parts + form.colons + 1);
+        else
+            line.fields = StringTools::splitVector(line.text, ':', Everything, true);
         if (level == 1)
             parent = index;
         // A short record does not hang below a parent on line 0: poll files in the field are read so.
-        if (level != 2 || parent == Unset || (type == ShortRecord && parent == 0))
+        if (level != 2 || parent == Unset || (form.type == ShortRecord && parent == 0))
             return;
         std::set<LineData>& siblings = data.lines[parent].children;
         const auto place = siblings.lower_bound(line);
@@ -347,11 +372,11 @@ bool Splitter::readFile(const std::string& path, FileData& data) {
             line.type = Version;
             continue;
         }
-        const auto colons = static_cast<unsigned long>(std::ranges::count(text, ':'));
-        if (int level = matchLevel(longForm(), text, colons); level >= 0)
-            takeRecord(index, LongRecord, level);
-        else if (level = matchLevel(shortForm(), text, colons); level >= 0)
-            takeRecord(index, ShortRecord, level);
+        const Positions positions(text);
+        if (int level = matchLevel(longForm(), text, positions); level >= 0)
+            takeRecord(index, longForm(), level, positions);
+        else if (level = matchLevel(shortForm(), text, positions); level >= 0)
+            takeRecord(index, shortForm(), level, positions);
         else if (isHexLine(text))
             line.type = HexLine;
         else

@@ -1,9 +1,14 @@
+#include <array>
+#include <map>
+#include <random>
 #include <set>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
+#include "GlobMatcher.h"
 #include "Splitter.h"
+#include "StringTools.h"
 #include "TestSupport.h"
 #include "TimeZone.h"
 
@@ -73,6 +78,44 @@ TEST_F(SplitterTest, EachLineGetsItsKindAndItsBytesBack) {
         EXPECT_EQ(line.type, type) << text;
         EXPECT_EQ(line.getString(), text);
     }
+}
+
+TEST_F(SplitterTest, ARecordIsJustWhatItsPatternMatches) {
+    const std::string tail = ":?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:*";
+    const auto expected = [&](const std::string& line) -> unsigned int {
+        for (const auto& [type, rest] :
+             {std::pair(Splitter::LongRecord, tail.c_str()), std::pair(Splitter::ShortRecord, ":?*:?*:?*")})
+            for (const char* level : {"?*:0", "?*:1", "?*:2"})
+                if (GlobMatcher::match(line, std::string(level) + rest))
+                    return type;
+        return Splitter::OtherLine;
+    };
+    // Positions at random, most of them filled, about as many as a form has.
+    std::mt19937 random(1);
+    const char* const parts[] = {"", "0", "1", "2", "3", "00", "x", "xy", "x y", "zz", "u", "w"};
+    std::string text;
+    for (int i = 0; i < 20000; ++i) {
+        const unsigned int colons = std::array{3u, 4u, 4u, 5u, 15u, 16u, 16u, 16u, 17u, 18u}[random() % 10];
+        text += random() % 8 ? "h" : "";
+        for (unsigned int colon = 0; colon < colons; ++colon)
+            text += std::string(":") + (colon == 0 && random() % 4
+                                            ? parts[1 + random() % 3]
+                                            : parts[random() % 60 ? 1 + random() % 11 : 0]);
+        text += '\n';
+    }
+    const auto data = read(text);
+    std::map<unsigned int, int> seen;
+    for (const Line& line : data.lines) {
+        const unsigned int type = line.type == Splitter::ChildRecord ? expected(line.text) : line.type;
+        ASSERT_EQ(type, expected(line.text)) << line.text;
+        if (type != Splitter::OtherLine) {
+            const auto fields = StringTools::splitVector(line.text, ':', std::string::npos, true);
+            ASSERT_EQ(line.fields, fields) << line.text;
+        }
+        ++seen[type];
+    }
+    for (const auto type : {Splitter::LongRecord, Splitter::ShortRecord, Splitter::OtherLine})
+        EXPECT_GT(seen[type], 1000) << type;
 }
 
 TEST_F(SplitterTest, LongRecordsAreRebuiltFromTheirFields) {
