@@ -134,23 +134,6 @@ void prefetch(const Element* elements, std::size_t count) {
         __builtin_prefetch(bytes + at);
 }
 
-/// Whether the fields, joined with ":", are the text.
-bool joinsTo(const std::vector<std::string>& fields, std::string_view text) {
-    bool first = true;
-    for (const std::string& field : fields) {
-        if (!first) {
-            if (!text.starts_with(':'))
-                return false;
-            text.remove_prefix(1);
-        }
-        if (!text.starts_with(field))
-            return false;
-        text.remove_prefix(field.size());
-        first = false;
-    }
-    return text.empty();
-}
-
 }  // namespace
 
 const std::string& Splitter::LineData::getString(std::string& scratch) const {
@@ -160,10 +143,8 @@ const std::string& Splitter::LineData::getString(std::string& scratch) const {
         case PollStart:
             return scratch.assign(PollStartPrefix).append(text);
         case LongRecord:
-            // A record that was read with empty positions has lost them in its fields; its text has not.
-            if (joinsTo(fields, text) || StringTools::splitVector(text, ':', Everything, true) == fields)
-                return text;
-            return scratch = Splitter::getString(fields);
+            // Empty positions that were read are no longer in the fields, but still in the text.
+            return asRead ? text : scratch = Splitter::getString(fields);
         default:
             return text;
     }
@@ -339,6 +320,7 @@ bool Splitter::readFile(const std::string& path, FileData& data) {
                                 const Positions& positions) {
         LineData& line = data.lines[index];
         line.type = form.type;
+        line.asRead = true;
         if (positions.colons == form.colons)
             line.fields.assign(positions.parts, positions.parts + form.colons + 1);
         else
