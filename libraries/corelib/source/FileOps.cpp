@@ -107,14 +107,15 @@ int FileOps::openDescriptor(const std::string& name, int flags) {
     if (descriptor < 0)
         return -1;
     struct stat64 status;
-    const bool usable =
-        fstat64(descriptor, &status) == 0 && (S_ISREG(status.st_mode) || S_ISCHR(status.st_mode));
-    const int open = usable ? fcntl(descriptor, F_GETFL) : -1;
-    if (open < 0 || fcntl(descriptor, F_SETFL, open & ~O_NONBLOCK) != 0) {
-        ::close(descriptor);
-        return -1;
+    if (fstat64(descriptor, &status) == 0) {
+        if (S_ISREG(status.st_mode))  // never waits, whatever its flags
+            return descriptor;
+        const int open = S_ISCHR(status.st_mode) ? fcntl(descriptor, F_GETFL) : -1;
+        if (open >= 0 && fcntl(descriptor, F_SETFL, open & ~O_NONBLOCK) == 0)
+            return descriptor;
     }
-    return descriptor;
+    ::close(descriptor);
+    return -1;
 }
 
 FileOps::Stream FileOps::openFIn(const std::string& name) {
