@@ -11,6 +11,8 @@
 #include "DateTimeDetails.h"
 #include "File.h"
 #include "FileLogger.h"
+#include "Ims.h"
+#include "ImsAgent.h"
 #include "Logger.h"
 #include "ParamStream.h"
 #include "TimeZone.h"
@@ -128,6 +130,25 @@ void writtenLogLine(benchmark::State& state) {
     file.disable();
 }
 BENCHMARK(writtenLogLine);
+
+class Listener : public ImsAgent {
+public:
+    Listener() : ImsAgent("listener"), hook_(setMessageHook(false, "benchmark", "", "", HookNormal)) {}
+    ~Listener() override { removeMessageHook(hook_); }
+    MessageHandleCode hookMessage(unsigned long long, const ImsMessage&) override { return MessageHandled; }
+
+private:
+    unsigned long long hook_;
+};
+
+void sendToFiveHooks(benchmark::State& state) {
+    const Listener listeners[5];
+    ImsMessage message;
+    message.generalType = "benchmark";
+    for (auto _ : state)
+        benchmark::DoNotOptimize(Ims::sendDefault(message));
+}
+BENCHMARK(sendToFiveHooks);
 
 void readSetting(benchmark::State& state) {
     const int level = std::exchange(Logger::MainLevel, 4);

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Makes a seeded archive for measurements: the same arguments give the same bytes.
 
-Usage: make_archive.py DIR --shape half|whole --files N --size BYTES [--gzip] [--features N] [--seed N]
+Usage: make_archive.py DIR --shape half|whole|mixed --files N --size BYTES [--gzip] [--features N] [--seed N]
+A mixed archive has a half-hour file among four, four files of eight packed.
 Files lie under DIR/quorvel2/2024/3/D/, at most 1000 in a day, of about BYTES each before compression.
 """
 import argparse
@@ -54,7 +55,7 @@ def poll_file(rng, log_time, size, features):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("dir")
-    parser.add_argument("--shape", choices=("half", "whole"), default="half")
+    parser.add_argument("--shape", choices=("half", "whole", "mixed"), default="half")
     parser.add_argument("--files", type=int, default=1)
     parser.add_argument("--size", type=int, default=1000000)
     parser.add_argument("--gzip", action="store_true")
@@ -64,12 +65,15 @@ def main():
     rng = random.Random(arguments.seed)
     for number in range(arguments.files):
         day, hour = number // 1000, number % 23
-        log_time = DAY + day * 86400 + hour * 3600 + (1800 if arguments.shape == "half" else 0)
+        mixed = arguments.shape == "mixed"
+        half = number % 4 == 0 if mixed else arguments.shape == "half"
+        packed = number % 8 < 4 if mixed else arguments.gzip
+        log_time = DAY + day * 86400 + hour * 3600 + (1800 if half else 0)
         directory = os.path.join(arguments.dir, "quorvel2", "2024", "3", str(day + 1))
         os.makedirs(directory, exist_ok=True)
         text = poll_file(rng, log_time, arguments.size, arguments.features).encode()
-        path = os.path.join(directory, "site-%s%05d.in" % (arguments.shape, number))
-        if arguments.gzip:
+        path = os.path.join(directory, "site-%s%05d.in" % ("half" if half else "whole", number))
+        if packed:
             with open(path + ".gz", "wb") as raw, gzip.GzipFile("", "wb", 6, raw, 0) as file:
                 file.write(text)
         else:
