@@ -4,28 +4,29 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <limits>
-
 #include "QuorvelArchiveFileSplitter.h"
 
 using MovrikCorelib::AppFrame;
 
 namespace {
 
-/// A poll file lives in memory in millions of small pieces. They get a part of the heap that grows by large
-/// pages, and each is joined to its neighbours as soon as it is freed, while these are in the processor's
-/// cache. Where the system refuses, memory comes as it always does.
+/// A poll file lives in memory in millions of small pieces. They get a heap of large pages, half the
+/// machine's memory in reach though not taken, and each is joined to its neighbours as soon as it is freed,
+/// while these are in the processor's cache. Where the system refuses, memory comes as it always does.
 void prepareHeap() {
-    constexpr int Reserve = 2000 << 20, BelowMapped = 100 << 10, Usual = 128 << 10;
-    constexpr unsigned long LargePage = 2 << 20;
+    constexpr int Disabled = -1, UsualMaps = 65536;
+    constexpr std::size_t LargePage = 2 << 20;
     mallopt(M_MXFAST, 0);
-    mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
-    mallopt(M_TOP_PAD, Reserve);
+    mallopt(M_TRIM_THRESHOLD, Disabled);
+    mallopt(M_MMAP_MAX, 0);
+    const long pages = sysconf(_SC_PHYS_PAGES) / 2, pageSize = sysconf(_SC_PAGESIZE);
     char* begin = static_cast<char*>(sbrk(0));
-    void* volatile const block = malloc(BelowMapped);
-    free(block);
-    mallopt(M_TOP_PAD, Usual);
-    begin += LargePage - reinterpret_cast<unsigned long>(begin) % LargePage;
+    // Volatile, or the compiler drops what makes the heap grow.
+    void* volatile const reserve =
+        malloc(static_cast<std::size_t>(pages) * static_cast<std::size_t>(pageSize));
+    free(reserve);
+    mallopt(M_MMAP_MAX, UsualMaps);
+    begin += LargePage - reinterpret_cast<std::size_t>(begin) % LargePage;
     if (char* const end = static_cast<char*>(sbrk(0)); end > begin)
         madvise(begin, static_cast<std::size_t>(end - begin), MADV_HUGEPAGE);
 }
