@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 #include <string_view>
 
 #include "ConfAgent.h"
@@ -111,18 +112,21 @@ void cutSuffix(std::string& name, const std::string& suffix) {
         name.erase(name.size() - suffix.size() - 1);
 }
 
-/// Makes room for the lines to come when there is none left: as many as the rest of a plain file promises and
-/// an eighth more, but never more than eight times the size of the file. Growing by doubling would have up to
-/// twice the memory at a time.
+/// Makes room for the lines to come when there is none left, as many as the rest of a plain file promises and
+/// an eighth more: growing by doubling would have up to twice the memory at a time. A file that begins with
+/// lines of unusual size must not ask for more than it takes in the end, hence the two limits.
 void makeRoom(std::vector<Splitter::LineData>& lines, const File& file) {
-    constexpr std::size_t Sample = 1024;
-    const auto done = static_cast<double>(file.getPos());
+    constexpr std::size_t Sample = 1024, Growth = 16, LeastLine = 64;
     if (lines.size() < lines.capacity() || lines.size() < Sample)
         return;
     const auto size = static_cast<double>(file.size());
-    const double promised = static_cast<double>(lines.size()) * 1.125 * size / done;
-    const double affordable = size * 8 / sizeof(Splitter::LineData);
-    lines.reserve(static_cast<std::size_t>(std::min(promised, affordable)));
+    const auto count = static_cast<double>(lines.size());
+    const double promised = count * 1.125 * size / static_cast<double>(file.getPos());
+    try {
+        lines.reserve(static_cast<std::size_t>(std::min({promised, count * Growth, size / LeastLine})));
+    } catch (const std::bad_alloc&) {
+        return;  // it was only a guess
+    }
 }
 
 /// Has the processor fetch what is about to be used.
@@ -134,6 +138,23 @@ void prefetch(const Element* elements, std::size_t count) {
         __builtin_prefetch(bytes + at);
 }
 
+/// Whether the fields, joined with ":", are the text.
+bool joinsTo(const std::vector<std::string>& fields, std::string_view text) {
+    bool first = true;
+    for (const std::string& field : fields) {
+        if (!first) {
+            if (!text.starts_with(':'))
+                return false;
+            text.remove_prefix(1);
+        }
+        if (!text.starts_with(field))
+            return false;
+        text.remove_prefix(field.size());
+        first = false;
+    }
+    return text.empty();
+}
+
 }  // namespace
 
 const std::string& Splitter::LineData::getString(std::string& scratch) const {
@@ -143,8 +164,10 @@ const std::string& Splitter::LineData::getString(std::string& scratch) const {
         case PollStart:
             return scratch.assign(PollStartPrefix).append(text);
         case LongRecord:
-            // Empty positions that were read are no longer in the fields, but still in the text.
-            return asRead ? text : scratch = Splitter::getString(fields);
+            // A record that was read with empty positions has lost them in its fields; its text has not.
+            if (joinsTo(fields, text) || StringTools::splitVector(text, ':', Everything, true) == fields)
+                return text;
+            return scratch = Splitter::getString(fields);
         default:
             return text;
     }
@@ -320,7 +343,6 @@ bool Splitter::readFile(const std::string& path, FileData& data) {
                                 const Positions& positions) {
         LineData& line = data.lines[index];
         line.type = form.type;
-        line.asRead = true;
         if (positions.colons == form.colons)
             line.fields.assign(positions.parts, positions.parts + form.colons + 1);
         else
@@ -417,6 +439,12 @@ void Splitter::splitFile(const std::string& path) {
     FileData data;
     if (!readFile(joinPath(dir, name, sourceSuffix), data))
         return;
+    struct Reset {
+        ~Reset() { flag = false; }
+        bool& flag;
+    };
+    const Reset atEnd{asRead_};
+    asRead_ = true;
     createSplit1(dir, name, suffix, data);
     createSplit2(dir, name, suffix, data);
 }
@@ -551,7 +579,9 @@ bool Splitter::write(File& file, const std::string& text) {
 }
 
 void Splitter::writeLine(File& file, const LineData& line) {
-    write(file, line.getString(scratch_));
+    // The fields of a record that nobody has changed since it was read need not be joined again.
+    const bool isText = asRead_ && line.type == LongRecord;
+    write(file, isText ? line.text : line.getString(scratch_));
 }
 
 void Splitter::writeLines(File& file, const std::set<LineData>& lines) {

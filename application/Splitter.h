@@ -35,8 +35,8 @@ public:
     /// One line of a poll file, without its line feed.
     class LineData {
     public:
-        /// The line as it goes into a file: the bytes that were read, except where `text` of a time line was
-        /// replaced; a long record that was not read, or changed, is rebuilt from its fields.
+        /// The line as it goes into a file. It has the bytes that were read, except where `text` of a time
+        /// line was replaced.
         std::string getString() const;
 
         /// As `getString`, without a copy where the line is stored in that form; the result is either
@@ -53,8 +53,6 @@ public:
         friend bool operator<(const LineData& a, const LineData& b) { return a.compare(b) < 0; }
 
         unsigned int type = Header;
-        /// Set by `readFile`: `fields` are those of `text`. Whoever changes `fields` clears it.
-        bool asRead = false;
         std::string text;                 ///< as read; for `LogTime` and `PollStart` only the value
         std::vector<std::string> fields;  ///< of a record, less its empty positions; the last may be empty
         std::set<LineData> children;      ///< level-2 records below this record
@@ -158,6 +156,7 @@ private:
 
     MovrikCorelib::Logger logger_;
     std::string scratch_;  ///< text of the line being written
+    bool asRead_ = false;  ///< what is being written comes from `readFile` unchanged
 };
 
 }  // namespace Movrik

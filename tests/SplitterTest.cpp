@@ -81,19 +81,21 @@ TEST_F(SplitterTest, EachLineGetsItsKindAndItsBytesBack) {
 }
 
 TEST_F(SplitterTest, ARecordIsJustWhatItsPatternMatches) {
-    const std::string tail = ":?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:*";
-    const auto expected = [&](const std::string& line) -> unsigned int {
-        for (const auto& [type, rest] :
-             {std::pair(Splitter::LongRecord, tail.c_str()), std::pair(Splitter::ShortRecord, ":?*:?*:?*")})
-            for (const char* level : {"?*:0", "?*:1", "?*:2"})
-                if (GlobMatcher::match(line, std::string(level) + rest))
-                    return type;
-        return Splitter::OtherLine;
+    const auto match = [](const std::string& line) -> std::pair<unsigned int, int> {
+        const std::string tail = ":?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:?*:*";
+        for (const int level : {0, 1, 2})
+            if (GlobMatcher::match(line, "?*:" + std::to_string(level) + tail))
+                return {Splitter::LongRecord, level};
+        for (const int level : {0, 1, 2})
+            if (GlobMatcher::match(line, "?*:" + std::to_string(level) + ":?*:?*:?*"))
+                return {Splitter::ShortRecord, level};
+        return {Splitter::OtherLine, -1};
     };
-    // Positions at random, most of them filled, about as many as a form has.
+    // Positions at random, most of them filled, about as many as a form has, behind a parent for all
+    // children.
     std::mt19937 random(1);
     const char* const parts[] = {"", "0", "1", "2", "3", "00", "x", "xy", "x y", "zz", "u", "w"};
-    std::string text;
+    std::string text = "\nh:1:a:b:c\n";
     for (int i = 0; i < 20000; ++i) {
         const unsigned int colons = std::array{3u, 4u, 4u, 5u, 15u, 16u, 16u, 16u, 17u, 18u}[random() % 10];
         text += random() % 8 ? "h" : "";
@@ -104,18 +106,28 @@ TEST_F(SplitterTest, ARecordIsJustWhatItsPatternMatches) {
         text += '\n';
     }
     const auto data = read(text);
-    std::map<unsigned int, int> seen;
-    for (const Line& line : data.lines) {
-        const unsigned int type = line.type == Splitter::ChildRecord ? expected(line.text) : line.type;
-        ASSERT_EQ(type, expected(line.text)) << line.text;
-        if (type != Splitter::OtherLine) {
+    std::map<std::pair<unsigned int, int>, int> seen;
+    std::set<std::size_t> parents;
+    std::size_t parent = 0;
+    for (std::size_t index = 0; index < data.lines.size(); ++index) {
+        const Line& line = data.lines[index];
+        const auto [type, level] = match(line.text);
+        ++seen[{type, level}];
+        if (level == 1)
+            parent = index;
+        if (level == 2)
+            parents.insert(parent);
+        ASSERT_EQ(line.type, level == 2 ? unsigned{Splitter::ChildRecord} : type) << line.text;
+        if (level >= 0) {
             const auto fields = StringTools::splitVector(line.text, ':', std::string::npos, true);
             ASSERT_EQ(line.fields, fields) << line.text;
         }
-        ++seen[type];
     }
-    for (const auto type : {Splitter::LongRecord, Splitter::ShortRecord, Splitter::OtherLine})
-        EXPECT_GT(seen[type], 1000) << type;
+    for (std::size_t index = 0; index < data.lines.size(); ++index)
+        ASSERT_EQ(!data.lines[index].children.empty(), parents.contains(index)) << data.lines[index].text;
+    for (const auto type : {Splitter::LongRecord, Splitter::ShortRecord})
+        for (const int level : {0, 1, 2})
+            EXPECT_GT((seen[{type, level}]), 500) << type << " " << level;
 }
 
 TEST_F(SplitterTest, LongRecordsAreRebuiltFromTheirFields) {
@@ -124,6 +136,13 @@ TEST_F(SplitterTest, LongRecordsAreRebuiltFromTheirFields) {
     line.text = "what was read";
     line.fields = {"a", "b", ""};
     EXPECT_EQ(line.getString(), "a:b:");
+
+    // Also in what a caller of the writers has changed after reading.
+    auto data = read(longRecord(0, "f", "1", "u") + "\n\n@polling.start=5\n");
+    data.lines[0].fields[6] = "7";
+    data.splitIndex = 2;
+    splitter.createSplit1(dir.path(), "a-b", "in", data);
+    EXPECT_EQ(readFile(dir / "a-b.split1.in"), "@quorvel.split=1\n" + longRecord(0, "f", "7", "u") + "\n");
 }
 
 TEST_F(SplitterTest, ChildrenHangBelowTheLatestParentAlsoOfAnEarlierPoll) {

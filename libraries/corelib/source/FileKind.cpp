@@ -101,7 +101,7 @@ unsigned long long FileKind::size() const {
 void FileKind::restart(unsigned long long position) {
     blockPos = position;
     next = filled = 0;
-    ended = cameShort = false;
+    ended = false;
 }
 
 bool FileKind::setPos(unsigned long long position) {
@@ -125,7 +125,7 @@ bool FileKind::setPos(unsigned long long position) {
     }
     if (position < blockPos || position > blockPos + filled)
         return moveOut(position);
-    ended = cameShort = false;
+    ended = false;
     const auto offset = static_cast<unsigned int>(position - blockPos);
     if (offset > next) {
         skipTo(offset);
@@ -172,14 +172,11 @@ void FileKind::skipTo(unsigned int offset) {
 
 /// Makes room behind what has not been read yet and reads on; false if nothing came.
 bool FileKind::fill() {
-    if (cameShort)
-        return false;
     const unsigned int rest = filled - next;
     std::memmove(buffer.get(), buffer.get() + next, rest);
     blockPos += next;
     next = 0;
     filled = rest + take(buffer.get() + rest, BlockSize - rest, blockPos + rest);
-    cameShort = filled < BlockSize;
     return filled > rest;
 }
 

@@ -135,7 +135,6 @@ protected:
     unsigned long long linePos = 0;  ///< where `curLine` is right while `moved`
     bool moved = false;              ///< `curLine` may be wrong for the position
     bool ended = false;              ///< a read has run into the end
-    bool cameShort = false;          ///< the latest block did, so none is behind it
 
 private:
     bool openWith(Mode wanted);

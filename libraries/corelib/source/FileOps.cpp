@@ -107,15 +107,13 @@ int FileOps::openDescriptor(const std::string& name, int flags) {
     if (descriptor < 0)
         return -1;
     struct stat64 status;
-    if (fstat64(descriptor, &status) == 0) {
-        if (S_ISREG(status.st_mode))  // never waits, whatever its flags
-            return descriptor;
-        const int open = S_ISCHR(status.st_mode) ? fcntl(descriptor, F_GETFL) : -1;
-        if (open >= 0 && fcntl(descriptor, F_SETFL, open & ~O_NONBLOCK) == 0)
-            return descriptor;
+    const bool usable =
+        fstat64(descriptor, &status) == 0 && (S_ISREG(status.st_mode) || S_ISCHR(status.st_mode));
+    if (!usable || fcntl(descriptor, F_SETFL, flags) != 0) {
+        ::close(descriptor);
+        return -1;
     }
-    ::close(descriptor);
-    return -1;
+    return descriptor;
 }
 
 FileOps::Stream FileOps::openFIn(const std::string& name) {

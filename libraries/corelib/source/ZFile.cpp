@@ -98,7 +98,7 @@ bool ZFile::moveOut(unsigned long long position) {
         curLine = 1;
         reopen();
     }
-    ended = cameShort = false;
+    ended = false;
     while (position > blockPos + filled) {
         skipTo(filled);
         if (!fill()) {
