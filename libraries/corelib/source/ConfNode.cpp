@@ -30,7 +30,7 @@ SmartPointer<ConfNode> make(const Arguments&... arguments) {
 /// Cuts the first step off a path. Nothing is left behind the last one, whether or not it ends in ".".
 std::string cutStep(std::string_view& path) {
     const std::size_t end = path.find('.');
-    const std::string step(path.substr(0, end));
+    std::string step(path.substr(0, end));
     path.remove_prefix(end == std::string_view::npos ? path.size() : end + 1);
     return step;
 }

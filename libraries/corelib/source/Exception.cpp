@@ -116,7 +116,7 @@ Exception::Exception(const std::wstring& text, const std::string& location, Para
     : messageW(text), parameters(std::move(values)), locations(1, location) {}
 
 Exception::Exception(const std::string& location, const Exception& cause)
-    : locations(1, location), contained(1, cause) {}
+    : locations(1, location), contained(1, cause) {}  // NOLINT(bugprone-throw-keyword-missing): a list
 
 void Exception::addToMessage(const std::string& text) {
     (message += ' ') += text;

@@ -41,7 +41,7 @@ bool isStorable(const std::string& key) {
 /// Cuts the last component off a key and returns it; what remains is the path of its parent.
 std::string cutName(std::string& key) {
     const size_t at = key.rfind(Separator);
-    const std::string name = at == key.npos ? key : key.substr(at + 1);
+    std::string name = at == key.npos ? key : key.substr(at + 1);
     key.erase(at == key.npos ? 0 : at);
     return name;
 }

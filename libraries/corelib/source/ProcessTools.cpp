@@ -80,6 +80,7 @@ std::basic_string<Char> joinArgs(const std::vector<std::basic_string<Char>>& arg
 template <class To, class From>
 std::vector<To> convertAll(const std::vector<From>& texts) {
     std::vector<To> result;
+    result.reserve(texts.size());
     for (const From& text : texts)
         result.push_back(StringTools::convert(text));
     return result;

@@ -282,7 +282,7 @@ bool SystemTools::hasTimedOut(const TimeSpan& span, unsigned long long time) {
 }
 
 std::string SystemTools::obtainDir(DirCode code) {
-    const std::string home = environment("HOME", "");
+    std::string home = environment("HOME", "");
     if (code == HomeDir || (code >= UserDataDir && code <= UserVideoDir))
         return home;
     if (code >= UserTempDir && code <= UserRecentDir) {
