@@ -19,7 +19,7 @@ namespace {
 /// refuses, memory comes as it always does.
 void prepareHeap() {
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // they have a heap of their own
-    constexpr int Disabled = -1, UsualMaps = 65536;
+    constexpr int Disabled = -1;
     constexpr std::uintptr_t LargePage = 2 << 20;
     mallopt(M_MXFAST, 0);
     int overcommit = 2;  // the mode that charges a process for all that it could touch
@@ -34,7 +34,6 @@ void prepareHeap() {
     void* volatile const reserve =
         malloc(static_cast<std::size_t>(pages) * static_cast<std::size_t>(pageSize));
     free(reserve);
-    mallopt(M_MMAP_MAX, UsualMaps);
     begin += LargePage - reinterpret_cast<std::uintptr_t>(begin) % LargePage;
     if (char* const end = static_cast<char*>(sbrk(0)); end > begin)
         madvise(begin, static_cast<std::size_t>(end - begin), MADV_HUGEPAGE);
