@@ -1,4 +1,6 @@
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <zlib.h>
 
 #include <filesystem>
@@ -220,6 +222,11 @@ TEST(FileTest, RefusesWhatIsNoFileWithoutWaiting) {
     EXPECT_EQ(file.getNameAlways(), dir / "x");
     EXPECT_TRUE(file.close() && !file.close());
     EXPECT_EQ(readFile(dir / "x"), "kept");
+
+    // What is opened does wait, or a slow terminal would lose lines.
+    const int descriptor = FileOps::openDescriptor(dir / "x", O_WRONLY | O_APPEND);
+    EXPECT_EQ(fcntl(descriptor, F_GETFL) & (O_NONBLOCK | O_APPEND), O_APPEND);
+    ::close(descriptor);
 }
 
 TEST(FileTest, FullDeviceShowsInEveryResult) {

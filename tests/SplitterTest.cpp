@@ -137,12 +137,22 @@ TEST_F(SplitterTest, LongRecordsAreRebuiltFromTheirFields) {
     line.fields = {"a", "b", ""};
     EXPECT_EQ(line.getString(), "a:b:");
 
-    // Also in what a caller of the writers has changed after reading.
+    // Also in what a caller of the writers has changed after reading, whatever was split before.
     auto data = read(longRecord(0, "f", "1", "u") + "\n\n@polling.start=5\n");
+    splitter.splitFile(dir / "a-b.in");
     data.lines[0].fields[6] = "7";
     data.splitIndex = 2;
     splitter.createSplit1(dir.path(), "a-b", "in", data);
     EXPECT_EQ(readFile(dir / "a-b.split1.in"), "@quorvel.split=1\n" + longRecord(0, "f", "7", "u") + "\n");
+}
+
+TEST_F(SplitterTest, ShortLinesAheadOfLongOnesAskForNoMoreMemoryThanTheFileTakes) {
+    std::string text(1100, '\n');
+    for (int i = 0; i < 10; ++i)
+        text += std::string(200000, 'x') + "\n";
+    const auto data = read(text);
+    EXPECT_EQ(data.lines.size(), 1110u);
+    EXPECT_LT(data.lines.capacity() * sizeof(Line), 2 * text.size());
 }
 
 TEST_F(SplitterTest, ChildrenHangBelowTheLatestParentAlsoOfAnEarlierPoll) {
@@ -255,6 +265,12 @@ TEST_F(SplitterTest, SplitFilesOfUnusualSources) {
          "39700\n0\n",
          "@quorvel.log.time=36000\n@polling.start=36001\n0\n",
          "@quorvel.log.time=39600\n@polling.start=39600\n\n@polling.start=39700\n0\n"},
+        {"a child of a later poll hangs below a replayed parent, those below a later one do not count",
+         "@quorvel.log.time=36000\n@polling.start=36001\nh:1:v:f:1\n\n@polling.start=39600\nh:0:v:g:1\n\n"
+         "@polling.start=39700\nh:2:v:f:1:late\nh:1:v:f:1\nh:2:v:f:1:own\n",
+         "@quorvel.log.time=36000\n@polling.start=36001\nh:1:v:f:1\n",
+         "@quorvel.log.time=39600\n@polling.start=39600\nh:1:v:f:1\nh:2:v:f:1:late\nh:0:v:g:1\n\n"
+         "@polling.start=39700\nh:2:v:f:1:late\nh:1:v:f:1\nh:2:v:f:1:own\n"},
         {"every time line ahead of the first record is rewritten",
          "@quorvel.log.time=36000\n@polling.start=36001\nnoise\n@polling.start=39600\nh:0:v:f:1\n@polling."
          "start=39700\n",
@@ -269,6 +285,46 @@ TEST_F(SplitterTest, SplitFilesOfUnusualSources) {
         EXPECT_EQ(readFile(dir / "a-b.split2.in"), "@quorvel.split=2\n" + c.second) << c.what;
         EXPECT_EQ(readFile(dir / "a-b.splitsrc"), c.source) << c.what;
     }
+}
+
+TEST_F(SplitterTest, SplittingWritesWhatTheStagesWriteOneByOne) {
+    // Within a split some lines are kept without their fields and children.
+    std::mt19937 random(2);
+    const auto pick = [&random](std::initializer_list<const char*> of) {
+        return std::string(of.begin()[random() % of.size()]);
+    };
+    std::size_t replayed = 0;
+    for (int round = 0; round < 300; ++round) {
+        std::string text = pick({"", "@quorvel.log.time=37800\n", "@quorvel.log.time=7\n", "x\n"});
+        for (int line = 0; line < 40; ++line) {
+            const int level = static_cast<int>(random() % 3);
+            const std::string feature = pick({"f", "g", "h"}), user = pick({"u", "v"});
+            switch (random() % 8) {
+                case 0:
+                    text += pick({"\n", "\n", "0\n", "10:7\n", "0123456789abcdef0123456789abcdef\n"});
+                    [[fallthrough]];
+                case 1:
+                    text += "@polling.start=" + pick({"100", "37900", "39600", "39700"}) + "\n";
+                    break;
+                case 2:
+                    text += "h:" + std::to_string(level) + ":v:" + feature + ":1\n";
+                    break;
+                default:
+                    text += longRecord(level, feature, pick({"0", "1", "2"}), user) + pick({"", ":", "x:y"}) +
+                            "\n";
+            }
+        }
+        auto data = read(text);
+        splitter.createSplit1(dir.path(), "a-b", "in", data);
+        splitter.createSplit2(dir.path(), "a-b", "in", data);
+        const std::string first = readFile(dir / "a-b.split1.in"), second = readFile(dir / "a-b.split2.in");
+        replayed += second.find("\n\n@polling") != second.npos;
+        writeFile(dir / "a-b.splitsrc", text);
+        splitter.splitFile(dir / "a-b.splitsrc");
+        ASSERT_EQ(readFile(dir / "a-b.split1.in"), first) << text;
+        ASSERT_EQ(readFile(dir / "a-b.split2.in"), second) << text;
+    }
+    EXPECT_GT(replayed, 200u);
 }
 
 TEST_F(SplitterTest, PollsOnBothSidesOfTheNearestHourMakeAHalfHourFile) {
