@@ -4,6 +4,7 @@
 #include <limits>
 #include <new>
 #include <string_view>
+#include <utility>
 
 #include "ConfAgent.h"
 #include "DateTime.h"
@@ -100,6 +101,12 @@ int matchLevel(const RecordForm& form, const std::string& line, const Positions&
 
 bool isHexLine(std::string_view line) {
     return line.size() == 32 && line.find_first_not_of("0123456789abcdef") == line.npos;
+}
+
+/// Whether the header of a poll file is over with this line.
+bool endsHeader(const Splitter::LineData& line) {
+    return line.type == Splitter::ShortRecord || line.type == Splitter::LongRecord ||
+           line.type == Splitter::ZeroLine;
 }
 
 std::string joinPath(const std::string& dir, const std::string& name, const std::string& suffix) {
@@ -338,24 +345,39 @@ bool Splitter::readFile(const std::string& path, FileData& data) {
     DateTime logHour;
     // Not reset at poll boundaries: the parent of a record may lie in an earlier poll.
     std::size_t parent = Unset;
+    bool headerOver = false;
+    // While splitting, the line from which on all are written as they stand: no state looks at their fields
+    // or children.
+    std::size_t remainder = Unset;
 
     const auto takeRecord = [&](std::size_t index, const RecordForm& form, int level,
                                 const Positions& positions) {
         LineData& line = data.lines[index];
         line.type = form.type;
-        if (positions.colons == form.colons)
-            line.fields.assign(positions.parts, positions.parts + form.colons + 1);
-        else
-            line.fields = StringTools::splitVector(line.text, ':', Everything, true);
         if (level == 1)
             parent = index;
         // A short record does not hang below a parent on line 0: poll files in the field are read so.
-        if (level != 2 || parent == Unset || (form.type == ShortRecord && parent == 0))
+        const bool isChild = level == 2 && parent != Unset && !(form.type == ShortRecord && parent == 0);
+        const bool isReplayed = (isChild ? parent : index) < remainder;
+        if (isReplayed) {
+            if (positions.colons == form.colons)
+                line.fields.assign(positions.parts, positions.parts + form.colons + 1);
+            else
+                line.fields = StringTools::splitVector(line.text, ':', Everything, true);
+        }
+        if (!isChild)
             return;
-        std::set<LineData>& siblings = data.lines[parent].children;
-        const auto place = siblings.lower_bound(line);
-        if (place == siblings.end() || line < *place)
-            siblings.insert(place, line);
+        if (isReplayed) {
+            std::set<LineData>& siblings = data.lines[parent].children;
+            const auto place = siblings.lower_bound(line);
+            if (place == siblings.end() || line < *place) {
+                LineData own;  // what stays at its place in the file
+                own.text = line.text;
+                if (!splitting_)
+                    own.fields = line.fields;
+                siblings.insert(place, std::exchange(line, std::move(own)));
+            }
+        }
         line.type = ChildRecord;
     };
 
@@ -375,6 +397,8 @@ bool Splitter::readFile(const std::string& path, FileData& data) {
             if (data.splitIndex == 0 && hourOf(StringTools::toUInt64(line.text)).compare(logHour) > 0) {
                 data.splitIndex = index;
                 data.splitTime = StringTools::toUInt32(line.text);
+            } else if (splitting_ && headerOver && data.splitIndex != 0 && remainder == Unset) {
+                remainder = index;
             }
             continue;
         }
@@ -394,6 +418,7 @@ bool Splitter::readFile(const std::string& path, FileData& data) {
             line.type = HexLine;
         else
             line.type = text == "0" ? ZeroLine : OtherLine;
+        headerOver = headerOver || endsHeader(line);
     }
     file.close();
     return true;
@@ -436,15 +461,15 @@ void Splitter::splitFile(const std::string& path) {
         return;
     }
 
-    FileData data;
-    if (!readFile(joinPath(dir, name, sourceSuffix), data))
-        return;
     struct Reset {
         ~Reset() { flag = false; }
         bool& flag;
     };
-    const Reset atEnd{asRead_};
-    asRead_ = true;
+    const Reset atEnd{splitting_};
+    splitting_ = true;
+    FileData data;
+    if (!readFile(joinPath(dir, name, sourceSuffix), data))
+        return;
     createSplit1(dir, name, suffix, data);
     createSplit2(dir, name, suffix, data);
 }
@@ -489,7 +514,7 @@ void Splitter::writeHeader(File& file, FileData& data, unsigned long& index) {
         LineData& line = data.lines[index];
         if (line.type == LogTime || line.type == PollStart)
             line.text = StringTools::toString(data.splitTime);
-        else if (line.type == ShortRecord || line.type == LongRecord || line.type == ZeroLine)
+        else if (endsHeader(line))
             return;
         writeLine(file, line);
     }
@@ -580,7 +605,7 @@ bool Splitter::write(File& file, const std::string& text) {
 
 void Splitter::writeLine(File& file, const LineData& line) {
     // The fields of a record that nobody has changed since it was read need not be joined again.
-    const bool isText = asRead_ && line.type == LongRecord;
+    const bool isText = splitting_ && line.type == LongRecord;
     write(file, isText ? line.text : line.getString(scratch_));
 }
 

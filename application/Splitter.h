@@ -156,7 +156,9 @@ private:
 
     MovrikCorelib::Logger logger_;
     std::string scratch_;  ///< text of the line being written
-    bool asRead_ = false;  ///< what is being written comes from `readFile` unchanged
+    /// Within `splitFile`, where nobody changes a line between `readFile` and the writers: the one keeps no
+    /// fields that no writer looks at, and these write the text instead of joining the fields.
+    bool splitting_ = false;
 };
 
 }  // namespace Movrik
