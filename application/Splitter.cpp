@@ -324,6 +324,10 @@ bool Splitter::isHalfHourOffset(File& file) {
 }
 
 bool Splitter::readFile(const std::string& path, FileData& data) {
+    return readFile(path, data, false);
+}
+
+bool Splitter::readFile(const std::string& path, FileData& data, bool forSplit) {
     File file(path);
     if (!file.openIn()) {
         logger_.error("@vorz.splitter.open-in.failed{Failed to open file \"%\" for reading};", ParamStream()
@@ -346,8 +350,8 @@ bool Splitter::readFile(const std::string& path, FileData& data) {
     // Not reset at poll boundaries: the parent of a record may lie in an earlier poll.
     std::size_t parent = Unset;
     bool headerOver = false;
-    // While splitting, the line from which on all are written as they stand: no state looks at their fields
-    // or children.
+    // For a split, the line at which `writeFirstPoll` will stop. From there on lines are written as they
+    // stand, so their fields and children are not kept.
     std::size_t remainder = Unset;
 
     const auto takeRecord = [&](std::size_t index, const RecordForm& form, int level,
@@ -373,7 +377,7 @@ bool Splitter::readFile(const std::string& path, FileData& data) {
             if (place == siblings.end() || line < *place) {
                 LineData own;  // what stays at its place in the file
                 own.text = line.text;
-                if (!splitting_)
+                if (!forSplit)
                     own.fields = line.fields;
                 siblings.insert(place, std::exchange(line, std::move(own)));
             }
@@ -397,7 +401,7 @@ bool Splitter::readFile(const std::string& path, FileData& data) {
             if (data.splitIndex == 0 && hourOf(StringTools::toUInt64(line.text)).compare(logHour) > 0) {
                 data.splitIndex = index;
                 data.splitTime = StringTools::toUInt32(line.text);
-            } else if (splitting_ && headerOver && data.splitIndex != 0 && remainder == Unset) {
+            } else if (forSplit && headerOver && data.splitIndex != 0 && remainder == Unset) {
                 remainder = index;
             }
             continue;
@@ -461,15 +465,16 @@ void Splitter::splitFile(const std::string& path) {
         return;
     }
 
-    struct Reset {
-        ~Reset() { flag = false; }
-        bool& flag;
-    };
-    const Reset atEnd{splitting_};
-    splitting_ = true;
     FileData data;
-    if (!readFile(joinPath(dir, name, sourceSuffix), data))
+    if (!readFile(joinPath(dir, name, sourceSuffix), data, true))
         return;
+    struct Restore {
+        ~Restore() { flag = before; }
+        bool& flag;
+        bool before = flag;
+    };
+    const Restore atEnd{fromText_};
+    fromText_ = true;
     createSplit1(dir, name, suffix, data);
     createSplit2(dir, name, suffix, data);
 }
@@ -605,7 +610,7 @@ bool Splitter::write(File& file, const std::string& text) {
 
 void Splitter::writeLine(File& file, const LineData& line) {
     // The fields of a record that nobody has changed since it was read need not be joined again.
-    const bool isText = splitting_ && line.type == LongRecord;
+    const bool isText = fromText_ && line.type == LongRecord;
     write(file, isText ? line.text : line.getString(scratch_));
 }
 

@@ -147,6 +147,9 @@ public:
     void writeStatus(MovrikCorelib::File& file, FileData& data, unsigned long& index, FeatureMap& features);
 
 private:
+    /// With `forSplit`, less the fields and children that the writers of a split have no use for. Its long
+    /// records may lack fields, so they are to be written from their text.
+    bool readFile(const std::string& path, FileData& data, bool forSplit);
     /// Moves the records of one feature, in the order of the file, into its entry of the state table.
     void foldRecords(const std::vector<LineData*>& records, FeatureMap::value_type& entry);
     bool write(MovrikCorelib::File& file, const std::string& text);
@@ -155,10 +158,8 @@ private:
     bool openOut(MovrikCorelib::File& file);
 
     MovrikCorelib::Logger logger_;
-    std::string scratch_;  ///< text of the line being written
-    /// Within `splitFile`, where nobody changes a line between `readFile` and the writers: the one keeps no
-    /// fields that no writer looks at, and these write the text instead of joining the fields.
-    bool splitting_ = false;
+    std::string scratch_;    ///< text of the line being written
+    bool fromText_ = false;  ///< long records are written from `text`; set while a split writes what it read
 };
 
 }  // namespace Movrik

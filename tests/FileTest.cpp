@@ -223,7 +223,7 @@ TEST(FileTest, RefusesWhatIsNoFileWithoutWaiting) {
     EXPECT_TRUE(file.close() && !file.close());
     EXPECT_EQ(readFile(dir / "x"), "kept");
 
-    // What is opened does wait, or a slow terminal would lose lines.
+    // Only the opening may not wait; a write that may not either would lose lines on a slow terminal.
     const int descriptor = FileOps::openDescriptor(dir / "x", O_WRONLY | O_APPEND);
     EXPECT_EQ(fcntl(descriptor, F_GETFL) & (O_NONBLOCK | O_APPEND), O_APPEND);
     ::close(descriptor);

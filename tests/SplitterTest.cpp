@@ -147,12 +147,14 @@ TEST_F(SplitterTest, LongRecordsAreRebuiltFromTheirFields) {
 }
 
 TEST_F(SplitterTest, ShortLinesAheadOfLongOnesAskForNoMoreMemoryThanTheFileTakes) {
-    std::string text(1100, '\n');
-    for (int i = 0; i < 10; ++i)
-        text += std::string(200000, 'x') + "\n";
-    const auto data = read(text);
-    EXPECT_EQ(data.lines.size(), 1110u);
-    EXPECT_LT(data.lines.capacity() * sizeof(Line), 2 * text.size());
+    for (const std::size_t shortLines : {1025u, 20000u}) {
+        std::string text(shortLines, '\n');
+        for (int i = 0; i < 10; ++i)
+            text += std::string(200000, 'x') + "\n";
+        const auto data = read(text);
+        EXPECT_EQ(data.lines.size(), shortLines + 10);
+        EXPECT_LT((data.lines.capacity() - data.lines.size()) * sizeof(Line), text.size()) << shortLines;
+    }
 }
 
 TEST_F(SplitterTest, ChildrenHangBelowTheLatestParentAlsoOfAnEarlierPoll) {
@@ -298,7 +300,7 @@ TEST_F(SplitterTest, SplittingWritesWhatTheStagesWriteOneByOne) {
         std::string text = pick({"", "@quorvel.log.time=37800\n", "@quorvel.log.time=7\n", "x\n"});
         for (int line = 0; line < 40; ++line) {
             const int level = static_cast<int>(random() % 3);
-            const std::string feature = pick({"f", "g", "h"}), user = pick({"u", "v"});
+            const std::string feature = pick({"f", "g", "h"}), user = pick({"u", "v", ""});
             switch (random() % 8) {
                 case 0:
                     text += pick({"\n", "\n", "0\n", "10:7\n", "0123456789abcdef0123456789abcdef\n"});
