@@ -141,6 +141,23 @@ TEST_F(ProcessTest, OutputOfAProgramIsCollected) {
     EXPECT_TRUE(endsWithin10s(accented));
 }
 
+TEST_F(ProcessTest, OutputIsCollectedAlsoWithoutStandardDescriptors) {
+    for (int missing = 1; missing < 8; ++missing) {
+        const auto run = [missing] {
+            for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+                if (missing & 1 << fd)
+                    close(fd);
+            Process process("echo", "hello");
+            std::string output;
+            const bool done = ProcessTools::run(&process, 0, &output) && process.exitCode == 0;
+            const bool asBefore =
+                (fcntl(STDOUT_FILENO, F_GETFD) < 0) == ((missing & 1 << STDOUT_FILENO) != 0);
+            return done && asBefore && output == "hello\n" ? 0 : 1;
+        };
+        EXPECT_EQ(inChild(run), 0) << missing;
+    }
+}
+
 TEST_F(ProcessTest, RunningProgramIsControlled) {
     Process process("sleep", "60");
     EXPECT_FALSE(process.suspend() || process.kill()) << "not started: no signal to anybody";
@@ -156,6 +173,16 @@ TEST_F(ProcessTest, RunningProgramIsControlled) {
     EXPECT_FALSE(process.stop() || handle.isRunning());
     ASSERT_TRUE(process.run() && process.kill());
     EXPECT_FALSE(process.pid != 0 || process.kill());
+
+    // Children that no object has started end, and are killed, all the same.
+    for (const bool killed : {false, true}) {
+        const pid_t child = fork();
+        if (child == 0)
+            _exit(killed ? pause() : 3);
+        Process own(child);
+        EXPECT_TRUE(killed ? own.kill() : endsWithin10s(own));
+        EXPECT_TRUE(kill(child, 0) == -1 && errno == ESRCH) << "collected";
+    }
 }
 
 TEST_F(ProcessTest, EndedProgramsAreCollected) {

@@ -127,6 +127,18 @@ void closeDescriptor(int& fd) {
     fd = -1;
 }
 
+/// A process may have been started without standard descriptors; a pipe is kept out of their places.
+bool moveAboveStandard(int& fd) {
+    if (fd >= FirstInherited)
+        return true;
+    const int moved = fcntl(fd, F_DUPFD_CLOEXEC, FirstInherited);
+    if (moved < 0)
+        return false;
+    close(fd);
+    fd = moved;
+    return true;
+}
+
 /// Length of the front part of `text` that does not end inside a character of the locale.
 size_t completeLength(std::string_view text) {
     size_t done = 0;
@@ -193,10 +205,15 @@ bool ProcessTools::Process::usePipe() {
         return false;
     pipeRead = ends[0];
     pipeWrite = ends[1];
+    if (!moveAboveStandard(pipeRead) || !moveAboveStandard(pipeWrite)) {
+        dropPipe();
+        return false;
+    }
     // What this process has printed so far is none of the program's output.
     fflush(stdout);
     savedStdout = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, FirstInherited);
-    if (savedStdout < 0 || dup2(pipeWrite, STDOUT_FILENO) < 0) {
+    const bool noneToSave = savedStdout < 0 && errno == EBADF;
+    if ((savedStdout < 0 && !noneToSave) || dup2(pipeWrite, STDOUT_FILENO) < 0) {
         dropPipe();
         return false;
     }
@@ -208,6 +225,8 @@ bool ProcessTools::Process::usePipe() {
 void ProcessTools::Process::restoreStdout() {
     if (savedStdout >= 0)
         dup2(savedStdout, STDOUT_FILENO);
+    else if (usesPipe && pipeWrite >= 0)
+        close(STDOUT_FILENO);  // there was none before
     closeDescriptor(savedStdout);
 }
 
@@ -316,15 +335,16 @@ bool ProcessTools::Process::run() {
 }
 
 bool ProcessTools::Process::isOwnChild() const {
-    return parentPid != 0 && parentPid == getpid();
+    siginfo_t info;
+    return waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0;
 }
 
 void ProcessTools::Process::refresh() {
     if (state != Running && state != Suspended)
         return;
-    if (isOwnChild())
-        waitPID(pid);
-    else if (::kill(pid, 0) != 0 && errno == ESRCH)
+    // A child that another object has started, or none, is collected too: else it would count as running.
+    waitPID(pid);
+    if (state != Killed && parentPid != getpid() && ::kill(pid, 0) != 0 && errno == ESRCH)
         state = Ended;
 }
 
@@ -362,8 +382,8 @@ bool ProcessTools::Process::stop() {
 bool ProcessTools::Process::kill() {
     if (!sendSignal(SIGKILL))
         return false;
-    for (int look = 0; look < KillLooks && isOwnChild() && state == Running; ++look) {
-        waitPID(pid);
+    for (int look = 0; look < KillLooks && state == Running && isOwnChild(); ++look) {
+        refresh();
         if (state == Running)
             usleep(KillPause);
     }
