@@ -22,6 +22,27 @@ using namespace TestSupport;
 using Texts = std::list<std::string>;
 using std::string_literals::operator""s;
 
+// The first of all: what has once been found out stays for the process.
+TEST(SystemToolsTest, OneDetailAskedForFirstLeavesTheOthersRight) {
+    const ScopedEnv env("LANG", "de_AT.UTF-8");
+    const auto platform = [] {
+        SystemTools::obtainPlatform();
+        return SystemTools::obtain(SystemTools::Platform) == "linux-32" &&
+                       SystemTools::obtain(SystemTools::OsBits) == "32"
+                   ? 0
+                   : 1;
+    };
+    const auto keyboard = [] {
+        SystemTools::obtainKeyboardLanguage();
+        return SystemTools::obtain(SystemTools::KeyboardLanguage) == "AT:de" &&
+                       SystemTools::obtain(SystemTools::OsLanguage) == "de_AT.UTF-8"
+                   ? 0
+                   : 1;
+    };
+    EXPECT_EQ(inChild(platform), 0);
+    EXPECT_EQ(inChild(keyboard), 0);
+}
+
 TEST(SystemToolsTest, EnvironmentTellsLanguageDisplayAndDirectories) {
     const char* const cases[][3] = {{"C", "en_US.UTF-8", "US:en"},
                                     {"", "en_US.UTF-8", "US:en"},
