@@ -216,6 +216,11 @@ TEST(FileToolsTest, ListsDirectories) {
     EXPECT_EQ(dirs, (std::set<std::string>{"deep", "loop", "sub"}));
     EXPECT_FALSE(FileTools::readDir(dir / "a.log", "*", &files, &dirs));
     EXPECT_FALSE(FileTools::readDir("", "*", &files, &dirs));
+    // A name that the locale cannot read does not end a wide listing.
+    std::set<std::wstring> wide;
+    EXPECT_TRUE(
+        FileTools::readDir(std::wstring(dir.path().begin(), dir.path().end()), L"none", &wide, &wide));
+    EXPECT_TRUE(wide.empty());
     std::set<std::wstring> root;
     EXPECT_TRUE(FileTools::readDir(L"/", L"d?v", nullptr, &root) && root.contains(L"dev"));
 
@@ -223,6 +228,8 @@ TEST(FileToolsTest, ListsDirectories) {
     unsigned long fileCount, dirCount;
     EXPECT_TRUE(FileTools::count(dir.path(), "*.txt", "*", fileCount, dirCount, true));
     EXPECT_EQ(std::pair(fileCount, dirCount), std::pair(3ul, 3ul));
+    EXPECT_FALSE(FileTools::count(dir / "a.log", "*", "*", fileCount, dirCount, true));
+    EXPECT_EQ(fileCount, 3u);
     FileTools::DirItem tree;
     EXPECT_TRUE(FileTools::getDirTree(dir / "sub/", tree));
     ASSERT_EQ(tree.items.size(), 3u);

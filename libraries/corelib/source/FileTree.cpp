@@ -144,8 +144,11 @@ bool FileTree<Char>::readDir(const String& dir, const String& pattern, std::set<
     if (!handle)
         return false;
     PathForm<Char>::completeDir(path);
-    errno = 0;
-    while (const dirent64* const entry = readdir64(handle.get())) {
+    const auto nextEntry = [&handle] {
+        errno = 0;  // the end of the directory leaves it so; what is done with a name may not
+        return readdir64(handle.get());
+    };
+    while (const dirent64* const entry = nextEntry()) {
         const String name = textOf<Char>(entry->d_name);
         if (entry->d_name == std::string_view(".") || entry->d_name == std::string_view("..") ||
             !GlobMatcher::match(name, pattern, 0, String::npos))
@@ -156,7 +159,6 @@ bool FileTree<Char>::readDir(const String& dir, const String& pattern, std::set<
                                         FileStatus<Char>::isDir(path + name));
         if (std::set<String>* const names = isDirectory ? dirs : files)
             names->insert(name);
-        errno = 0;
     }
     return errno == 0;
 }
@@ -164,9 +166,9 @@ bool FileTree<Char>::readDir(const String& dir, const String& pattern, std::set<
 template <class Char>
 bool FileTree<Char>::count(const String& dir, const String& filePattern, const String& dirPattern,
                            unsigned long& files, unsigned long& dirs, bool recursive) {
-    files = dirs = 0;
     if (!FileStatus<Char>::isDir(dir))
         return false;
+    files = dirs = 0;
     VisitedDirs visited;
     std::list<String> waiting{dir};
     for (; !waiting.empty(); waiting.pop_front()) {
