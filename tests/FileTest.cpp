@@ -277,6 +277,15 @@ TEST(FileTest, WritesPlainFilesInAllModes) {
     EXPECT_EQ(readFile(name), "one\n\nTWO\n\n\nend");
     EXPECT_FALSE(file.openIn(dir / "none") || file.openIO(false, false));
 
+    // A move behind the end makes no bytes and no lines.
+    ASSERT_TRUE(file.openIO(true, false) && file.write("one\ntwo\nthree") && file.seekFromCur(6));
+    EXPECT_EQ(file.size(), 13u);
+    EXPECT_TRUE(file.seekFromEnd(-13) && file.getPos() == 0 && file.close());
+    ASSERT_TRUE(file.openOut() && file.close() && file.openIO(false, true) && file.write("a\nb\n"));
+    EXPECT_TRUE(file.setPos(0) && file.read(line, 9) && file.seekFromCur(6) && file.write("c\nd\ne\nf\ng\n"));
+    EXPECT_EQ(file.getCurLine(), 8u);
+    EXPECT_TRUE(file.close());
+
     const unsigned long long far = 5ull << 30;
     file.setName(name);
     ASSERT_TRUE(file.openIO(true, false) && file.setPos(far) && file.write("end"));

@@ -95,7 +95,7 @@ unsigned long long FileKind::size() const {
     unsigned long long stored;
     if (!open_ || !storedSize(stored))
         return 0;
-    return writing ? std::max(stored, getPos()) : stored;
+    return writing && next > 0 ? std::max(stored, getPos()) : stored;
 }
 
 void FileKind::restart(unsigned long long position) {
@@ -314,6 +314,7 @@ bool FileKind::turnToWriting() {
             syncLine();
         leaveLine();
         const unsigned long long position = mode == CreateAppend ? size() : getPos();
+        linePos = std::min(linePos, position);  // a read position behind the end has the lines of the end
         if (!place(position))
             return false;
         restart(position);
