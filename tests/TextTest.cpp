@@ -219,6 +219,7 @@ TEST(StringTools, SplitsWholeTexts) {
     EXPECT_EQ(StringTools::splitSubstrVector("<>a<>b<><>c", "<>", 2, true), (Strings{"a", "b<><>c"}));
     EXPECT_EQ(StringTools::splitVector(L"a:b", L':'), (std::vector<std::wstring>{L"a", L"b"}));
     EXPECT_EQ(StringTools::splitSet("b,A,a", ',', All, false, true), (std::set<std::string>{"a", "b"}));
+    EXPECT_EQ(StringTools::splitSet("a,a,b,c", ',', 3, false, false), (std::set<std::string>{"a", "b", "c"}));
     EXPECT_THROW(StringTools::splitVector("a", ',', All, false, 2), std::out_of_range);
 }
 

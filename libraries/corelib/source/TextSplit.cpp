@@ -41,7 +41,8 @@ std::basic_string<Char> cutTail(std::basic_string<Char>& text, Found separator) 
     return tail;
 }
 
-/// Hands each part of `text` to `take`. `findNext` gives the first separator at or behind a position.
+/// Hands each part of `text` to `take`, which gives the entries there are by then. `findNext` gives the first
+/// separator at or behind a position.
 template <class Char, class FindNext, class Take>
 void forEachPart(std::basic_string_view<Char> text, unsigned long maxFields, bool skipEmpty,
                  unsigned long start, FindNext findNext, Take take) {
@@ -58,12 +59,19 @@ void forEachPart(std::basic_string_view<Char> text, unsigned long maxFields, boo
             separator.position + separator.size <= position)
             break;
         if (!skipEmpty || separator.position != position) {
-            take(text.substr(position, separator.position - position));
-            ++made;
+            made = take(text.substr(position, separator.position - position));
         }
         position = separator.position + separator.size;
     }
     take(text.substr(position));
+}
+
+template <class Parts>
+auto appenderTo(Parts& parts) {
+    return [&parts](auto part) {
+        parts.emplace_back(part);
+        return parts.size();
+    };
 }
 
 template <class Char>
@@ -82,7 +90,7 @@ template <class Char, class FindNext>
 auto makeList(std::basic_string_view<Char> text, FindNext findNext, unsigned long maxFields, bool skipEmpty,
               unsigned long start) {
     std::list<std::basic_string<Char>> parts;
-    forEachPart(text, maxFields, skipEmpty, start, findNext, [&](auto part) { parts.emplace_back(part); });
+    forEachPart(text, maxFields, skipEmpty, start, findNext, appenderTo(parts));
     return parts;
 }
 
@@ -90,10 +98,10 @@ template <class Char, class FindNext>
 auto makeVector(std::basic_string_view<Char> text, FindNext findNext, unsigned long maxFields, bool skipEmpty,
                 unsigned long start) {
     unsigned long number = 0;
-    forEachPart(text, maxFields, skipEmpty, start, findNext, [&](auto) { ++number; });
+    forEachPart(text, maxFields, skipEmpty, start, findNext, [&](auto) { return ++number; });
     std::vector<std::basic_string<Char>> parts;
     parts.reserve(number);
-    forEachPart(text, maxFields, skipEmpty, start, findNext, [&](auto part) { parts.emplace_back(part); });
+    forEachPart(text, maxFields, skipEmpty, start, findNext, appenderTo(parts));
     return parts;
 }
 
@@ -106,6 +114,7 @@ auto makeSet(std::basic_string_view<Char> text, FindNext findNext, unsigned long
         if (lowerCase)
             StringTools::lower(part);
         parts.insert(std::move(part));
+        return parts.size();
     });
     return parts;
 }
@@ -188,8 +197,7 @@ auto TextSplit<Char>::splitSearcherVector(const String& text, const StringSearch
         searcher(found.position, found.size, text, position, NotFound);
         return found;
     };
-    forEachPart(View(text), maxFields, skipEmpty, start, findNext,
-                [&](View part) { parts.emplace_back(part); });
+    forEachPart(View(text), maxFields, skipEmpty, start, findNext, appenderTo(parts));
     return parts;
 }
 
