@@ -28,8 +28,8 @@ public:
     /// write access and, 25 milliseconds later, one more.
     static bool remove(const String& path, bool force);
     /// Deletes a directory with all in it; `force` makes directories writable that refuse. False for a link
-    /// to a directory, directories nested deeper than 2000 levels, and when anything could not be deleted;
-    /// the rest is deleted nevertheless.
+    /// to a directory, directories nested deeper than 2000 levels or than descriptors are free, and when
+    /// anything could not be deleted; the rest is deleted nevertheless.
     static bool removeDir(const String& dir, bool force, const Progress& progress = nullptr);
     /// Deletes all that is in a directory.
     static bool clearDir(const String& dir, bool force, const Progress& progress = nullptr);

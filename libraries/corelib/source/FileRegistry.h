@@ -57,9 +57,9 @@ public:
     /// are replaced from the environment.
     static void setFName(const std::string& name);
 
-    /// `type` is a `ValueType` other than `Undefined`; the value is text: decimal for the numbers, and a
-    /// string loses white space at its end. A write drops the sub-keys that the key had, and makes the keys
-    /// above it. It is `Done` also if the directory of the file cannot be made, and nothing is written then.
+    /// `type` is a `ValueType` other than `Undefined`; the value is text, decimal for the numbers. A write
+    /// drops the sub-keys that the key had, and makes the keys above it. It is `Done` also if the directory
+    /// of the file cannot be made, and nothing is written then.
     static int setRaw(std::string key, int type, const std::string& value);
     static int getRaw(const std::string& key, int type, std::string& value);
 

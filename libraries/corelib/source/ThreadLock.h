@@ -28,7 +28,7 @@ public:
     bool lock(bool blocking);
 
     /// Tries every 10 milliseconds, `milliseconds` / 10 + 1 times, and sleeps after each failure. A value
-    /// above the range of a signed int counts as negative: it is refused.
+    /// above the range of a signed int counts as negative: it is refused, but from -9 up tried once.
     bool lock(unsigned int milliseconds);
 
     /// True if one level was released. False, and nothing changes, if the caller does not hold the lock.
