@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <optional>
 #include <tuple>
 #include <utility>
 
@@ -115,6 +114,7 @@ FileLogger::~FileLogger() {
         removeMessageHook(id);
     try {
         stopLoggerThread();
+        writeQueue(nullptr);  // what a failed `disable` has left
     } catch (const Exception&) {
     }
     if (file.canWrite()) {
@@ -162,6 +162,10 @@ void FileLogger::disable() {
     if (threaded)
         stopLoggerThread();
     const ThreadLockHolder held(fileLock);
+    const ThreadLockHolder closed(queueLock);
+    // Others have gone on logging: what they have left is written, what they bring now finds no logger.
+    while (!queue.empty())
+        writeQueue(nullptr);
     if (file.canWrite())
         file.write("Disabling logging to this file at " + nowGmt() + "\n");
     lastFileName = *file.getName();
@@ -202,15 +206,24 @@ void FileLogger::log(int level, const Exception& e) {
 void FileLogger::log(const Logger::LogMessageParameter& record) {
     if (!enabled)
         return;
-    if (!threaded) {
-        logToFile(record);
+    // The mode may change until one of the locks is held, with which `disable` has to wait.
+    const auto enqueue = [&] {
+        {
+            const ThreadLockHolder held(queueLock);
+            if (!threaded)
+                return false;
+            if (!enabled)
+                return true;
+            queue.push_back(record);
+        }
+        ++queueCount;
+        return true;
+    };
+    if (threaded && enqueue())
         return;
-    }
-    {
-        const ThreadLockHolder held(queueLock);
-        queue.push_back(record);
-    }
-    ++queueCount;
+    const ThreadLockHolder held(fileLock);
+    if (!threaded || !enqueue())
+        logToFile(record);
 }
 
 MessageHandleCode FileLogger::handleMessage(const ImsMessage& message) {
@@ -345,9 +358,6 @@ void FileLogger::writeQueue(const Thread* thread) {
 }
 
 void FileLogger::logToFile(const Logger::LogMessageParameter& record) {
-    std::optional<ThreadLockHolder> held;
-    if (!threaded)
-        held.emplace(fileLock);
     if (!enabled)
         return;
     try {
@@ -377,7 +387,8 @@ void FileLogger::writeLine(const Logger::LogMessageParameter& record) {
     line += record.parameters.format(record.message);
     line += '\n';
     write(line);
-    file.flush();
+    if (!file.flush())
+        throwWriteFailure();  // up to now a full disk may have taken no notice
 }
 
 void FileLogger::ensureFileIsOpen() {
@@ -424,9 +435,12 @@ void FileLogger::renameLogFile(const std::string& from, const std::string& to) {
 
 void FileLogger::write(const std::string& text, SourcePosition position) {
     if (!file.write(text))
-        throwFailure<Log_FileWriteError>(
-            "@file-logger.log.file-write-error{Failed to write to log file \"%\"};",
-            ParamStream() << *file.getName(), position);
+        throwWriteFailure(position);
+}
+
+void FileLogger::throwWriteFailure(SourcePosition position) {
+    throwFailure<Log_FileWriteError>("@file-logger.log.file-write-error{Failed to write to log file \"%\"};",
+                                     ParamStream() << *file.getName(), position);
 }
 
 }  // namespace MovrikCorelib

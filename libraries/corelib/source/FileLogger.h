@@ -100,6 +100,7 @@ private:
     void rotate();
     void renameLogFile(const std::string& from, const std::string& to);
     void write(const std::string& text, SourcePosition position = SourcePosition::here());
+    [[noreturn]] void throwWriteFailure(SourcePosition position = SourcePosition::here());
 
     std::atomic<int> levelThreshold = 8;
     unsigned long long levelHookId = 0;
@@ -107,8 +108,9 @@ private:
     unsigned long long functionalHookId = 0;
     BasicFile file;
     LineTime lineTime;
-    std::string line;                           ///< the line in hand
-    ThreadLock fileLock{ThreadLock::Untraced};  ///< guards the file when there is no logger thread
+    std::string line;  ///< the line in hand
+    /// Guards the file when there is no logger thread. Taken before `queueLock`.
+    ThreadLock fileLock{ThreadLock::Untraced};
     std::atomic<bool> threaded = false;
     unsigned int loggerThreadId = 0;  ///< 0 if there is none
     Records queue;
