@@ -41,8 +41,11 @@ void FileObjectStream::openOutNamed(Text name) {
     if (!opened->openOut())
         throwFailure<OpenOut_Failed>(
             L"@file-object-stream.open-out.failed{Could not open \"%\" for writing};", ParamStream() << name);
+    if (state == Parsing)
+        forget();  // what a failed parse has begun is not written on
     own = std::move(opened);
     file = own.get();
+    savedToOwn = false;
 }
 
 void FileObjectStream::openOut(const std::string& name) {
@@ -92,7 +95,9 @@ void FileObjectStream::close() {
         return;
     const std::string savingName = closing->getNameAlways();
     const std::string finalName = savingName.substr(0, savingName.size() - SavingSuffix.size());
-    if (!stored || isUnsaved() || !FileTools::move(savingName, finalName, true, 0, false))
+    // Else a tree that was read and changed, but not saved, would leave an empty file.
+    const bool unsaved = isUnsaved() || (!savedToOwn && holdsTree());
+    if (!stored || unsaved || !FileTools::move(savingName, finalName, true, 0, false))
         throwFailure<Close_FailedToFinalize>(
             L"@file-object-stream.close.failed-to-finalize{Failed to rename \"%\" to final \"%\"};",
             ParamStream() << savingName << finalName);
@@ -116,13 +121,17 @@ bool FileObjectStream::isWide() const {
     return (own ? textForm : externalForm) == WideText;
 }
 
-/// Wide text has a NUL behind its first line feed, where narrow text cannot have one.
+/// Wide text has line feeds of two bytes, the second a NUL, where narrow text cannot have one. Half of
+/// another wide character may look like a narrow line feed.
 bool FileObjectStream::holdsWideText() {
-    std::string line;
-    char next = ' ';
     if (!file->setPos(0))
         return false;
-    const bool wide = file->readUntil(line, '\n') && file->read(next) && next == '\0';
+    bool wide = false;
+    bool lineFeed = false;
+    for (char byte = ' '; !wide && file->read(byte);) {
+        wide = lineFeed && byte == '\0';
+        lineFeed = byte == '\n' && file->getPos() % 2 == 1;
+    }
     file->setPos(0);
     return wide;
 }
@@ -137,6 +146,7 @@ void FileObjectStream::saveStream() {
         throwFailure<Save_FailedToSave>(
             L"@file-object-stream.save.failed-to-save{Failed to save stream to \"%\"};",
             ParamStream() << file->getNameAlways());
+    savedToOwn = file == own.get();
 }
 
 void FileObjectStream::loadStream() {

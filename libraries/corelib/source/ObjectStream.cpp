@@ -146,8 +146,10 @@ void ObjectStream::prepareReading() {
         throwFailure<Read_ReadingNotAllowed>(
             L"@object-stream.read.reading-not-allowed"
             L"{Attempting to read from a stream that is not ready for reading};");
-    if (!root && std::exchange(saved, false))
+    if (!root && saved) {
         loadStream();
+        saved = false;
+    }
 }
 
 /// The object to look into.

@@ -23,11 +23,11 @@ namespace MovrikCorelib {
 ///     }
 ///
 /// White space around a line, empty lines and lines that begin with "#" mean nothing. A value comes back
-/// whole: a line feed in it is written as "\n" and a backslash as two (in a "wstring" only where it would be
-/// misread), and one that ends in white space gets a single backslash behind it, which reading takes off
-/// again. Names stand as they are: one that is empty, a bracket, begins with "#", has white space at an end
-/// or a line feed in it, an object's with "=" or an attribute's with "(" cannot be read back. Trees may be
-/// nested to any depth.
+/// whole, but for wide characters that the locale cannot write in a narrow text: a line feed in it is written
+/// as "\n" and a backslash as two (in a "wstring" only where it would be misread), and one that ends in white
+/// space gets a single backslash behind it, which reading takes off again. Names stand as they are: one that
+/// is empty, a bracket, begins with "#", has white space at an end or a line feed in it, an object's with "="
+/// or an attribute's with "(" cannot be read back. Trees may be nested to any depth.
 ///
 /// Deriving classes say where the text lies. A stream belongs to one thread at a time. Failures while
 /// writing, reading and parsing are thrown; after a failed parse the stream cannot be read.
@@ -150,20 +150,23 @@ public:
     std::wstring formatAttribute(const std::wstring& indent, const std::wstring& name,
                                  const ElementDef& element);
 
+    /// Replace the tree by what `getNextLine` delivers, as narrow or wide text. `loadStream` calls them and
+    /// sets `state` to `Ready` afterwards. Throw the failures of parsing, with the number of the line.
+    void parseDefault();
+    void parseDefaultW();
+
 protected:
     enum State { Untouched = 0, Writing = 1, Parsing = 2, Ready = 3 };
     enum TextForm { Undecided = 0, WideText = 1, NarrowText = 2 };
 
-    /// Replace the tree by what `getNextLine` delivers, as narrow or wide text. The caller sets `state` to
-    /// `Ready` afterwards. Throw the failures of parsing, with the number of the line.
-    void parseDefault();
-    void parseDefaultW();
     void parseDefault(ParserDef& parser);
 
     /// Drops the tree.
     void clear();
     /// Whether an object has been started and the tree is not saved yet.
     bool isUnsaved() const { return state == Writing; }
+    /// Whether there is a tree, read or being written.
+    bool holdsTree() const { return root.get() != nullptr; }
     /// Trim a line; false if it means nothing.
     static bool tidyLine(std::string& line);
     static bool tidyLine(std::wstring& line);
