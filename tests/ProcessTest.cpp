@@ -167,6 +167,9 @@ TEST_F(ProcessTest, RunningProgramIsControlled) {
     EXPECT_FALSE(process.isRunning() || process.run());
     EXPECT_TRUE(process.resume() && process.isRunning() && !process.resume());
 
+    // A fork knows the program as well, though it is no child of its own.
+    EXPECT_EQ(inChild([&] { return process.isRunning() && Process(process.pid).isRunning() ? 0 : 1; }), 0);
+
     Process handle(process.pid);
     EXPECT_TRUE(handle.isRunning() && process.suspend() && process.stop() && endsWithin10s(process));
     EXPECT_EQ(Process::Killed, process.state);

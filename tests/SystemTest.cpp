@@ -22,25 +22,25 @@ using namespace TestSupport;
 using Texts = std::list<std::string>;
 using std::string_literals::operator""s;
 
-// The first of all: what has once been found out stays for the process.
 TEST(SystemToolsTest, OneDetailAskedForFirstLeavesTheOthersRight) {
+    // Each in a program of its own: what has once been found out stays for the process.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     const ScopedEnv env("LANG", "de_AT.UTF-8");
-    const auto platform = [] {
-        SystemTools::obtainPlatform();
-        return SystemTools::obtain(SystemTools::Platform) == "linux-32" &&
-                       SystemTools::obtain(SystemTools::OsBits) == "32"
-                   ? 0
-                   : 1;
-    };
-    const auto keyboard = [] {
-        SystemTools::obtainKeyboardLanguage();
-        return SystemTools::obtain(SystemTools::KeyboardLanguage) == "AT:de" &&
-                       SystemTools::obtain(SystemTools::OsLanguage) == "de_AT.UTF-8"
-                   ? 0
-                   : 1;
-    };
-    EXPECT_EQ(inChild(platform), 0);
-    EXPECT_EQ(inChild(keyboard), 0);
+    const auto endTellingWhether = [](bool right) { exit(right ? 0 : 1); };
+    EXPECT_EXIT(
+        {
+            SystemTools::obtainPlatform();
+            endTellingWhether(SystemTools::obtain(SystemTools::Platform) == "linux-32" &&
+                              SystemTools::obtain(SystemTools::OsBits) == "32");
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(
+        {
+            SystemTools::obtainKeyboardLanguage();
+            endTellingWhether(SystemTools::obtain(SystemTools::KeyboardLanguage) == "AT:de" &&
+                              SystemTools::obtain(SystemTools::OsLanguage) == "de_AT.UTF-8");
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST(SystemToolsTest, EnvironmentTellsLanguageDisplayAndDirectories) {

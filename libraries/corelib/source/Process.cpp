@@ -343,7 +343,9 @@ void ProcessTools::Process::refresh() {
     if (state != Running && state != Suspended)
         return;
     // A child that another object has started, or none, is collected too: else it would count as running.
-    waitPID(pid);
+    // That of a process which has forked this one is not: it lives on.
+    if (parentPid == getpid() || isOwnChild())
+        waitPID(pid);
     if (state != Killed && parentPid != getpid() && ::kill(pid, 0) != 0 && errno == ESRCH)
         state = Ended;
 }
