@@ -254,6 +254,17 @@ TEST(FileObjectStream, ReplacesTheFileAtCloseOnly) {
     in.startObject("y"s);
     EXPECT_THROW(in.close(), FileObjectStream::Close_FailedToFinalize);
     EXPECT_EQ(readFile(name), "other\n{\n}\n");
+    in.openIn(name);
+    in.parseDefault();
+    in.close();
+    in.openOut(dir / "copy");
+    in.saveStream();
+    in.close();
+    in.openOut(dir / "copy");
+    in.saveStream();
+    in.startObject("late"s);
+    EXPECT_THROW(in.close(), FileObjectStream::Close_FailedToFinalize);
+    EXPECT_EQ(readFile(dir / "copy"), "other\n{\n}\n");
     FAILS(out.openIn(nowhere), "OpenIn_Failed: Could not open \"" + nowhere + "\" for reading");
     FAILS(out.openOut(nowhere), "OpenOut_Failed: Could not open \"" + nowhere + ".saving\" for writing");
 }

@@ -42,7 +42,7 @@ void FileObjectStream::openOutNamed(Text name) {
         throwFailure<OpenOut_Failed>(
             L"@file-object-stream.open-out.failed{Could not open \"%\" for writing};", ParamStream() << name);
     if (state == Parsing)
-        forget();  // what a failed parse has begun is not written on
+        state = holdsTree() ? Ready : Untouched;  // what is written now is no part of what was parsed
     own = std::move(opened);
     file = own.get();
     savedToOwn = false;
@@ -95,9 +95,9 @@ void FileObjectStream::close() {
         return;
     const std::string savingName = closing->getNameAlways();
     const std::string finalName = savingName.substr(0, savingName.size() - SavingSuffix.size());
-    // Else a tree that was read and changed, but not saved, would leave an empty file.
-    const bool unsaved = isUnsaved() || (!savedToOwn && holdsTree());
-    if (!stored || unsaved || !FileTools::move(savingName, finalName, true, 0, false))
+    // Else a tree that was only begun, or read and changed, would leave an empty file.
+    const bool missesTree = unsaved || (!savedToOwn && holdsTree());
+    if (!stored || missesTree || !FileTools::move(savingName, finalName, true, 0, false))
         throwFailure<Close_FailedToFinalize>(
             L"@file-object-stream.close.failed-to-finalize{Failed to rename \"%\" to final \"%\"};",
             ParamStream() << savingName << finalName);
@@ -115,6 +115,7 @@ std::wstring FileObjectStream::getFileNameW() const {
 void FileObjectStream::forget() {
     clear();
     state = Untouched;
+    unsaved = false;
 }
 
 bool FileObjectStream::isWide() const {
@@ -141,11 +142,13 @@ void FileObjectStream::saveStream() {
         throwFailure<Save_HaveNoFile>("Save_HaveNoFile");
     if (!file->canWrite())
         throwFailure<Save_FileNotOpenForWriting>("Save_FileNotOpenForWriting");
+    savedToOwn = false;
     const bool taken = isWide() ? file->write(getWStringFormat()) : file->write(getStringFormat());
     if (!taken || !file->flush())
         throwFailure<Save_FailedToSave>(
             L"@file-object-stream.save.failed-to-save{Failed to save stream to \"%\"};",
             ParamStream() << file->getNameAlways());
+    unsaved = false;
     savedToOwn = file == own.get();
 }
 

@@ -41,9 +41,10 @@ public:
     void openIn(const std::string& name);
     void openIn(const std::wstring& name);
 
-    /// Closes the stream's own file. One that was written gets its final name, unless its tree was not saved
-    /// whole or the file cannot be closed or moved: then `Close_FailedToFinalize`, and the ".saving" file
-    /// stays. The stream has no file afterwards, also if this throws.
+    /// Closes the stream's own file. One that was written gets its final name, unless there is a tree that
+    /// was not saved to it as it is now, or the file cannot be closed or moved: then
+    /// `Close_FailedToFinalize`, and the
+    /// ".saving" file stays. The stream has no file afterwards, also if this throws.
     void close();
 
     /// With ".saving" at its end while the file is being written; empty without a file.

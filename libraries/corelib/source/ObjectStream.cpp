@@ -93,8 +93,10 @@ void ObjectStream::clear() {
 }
 
 void ObjectStream::startObject(const Key& key) {
-    if (state != Parsing)
+    if (state != Parsing) {
         state = Writing;
+        unsaved = true;
+    }
     try {
         if (!root) {
             root = SmartPointer<Object>(new Object(key));
@@ -114,6 +116,7 @@ Object& ObjectStream::writable() {
     if (!entered())
         throwFailure<Write_ObjectNotStarted>(
             L"@object-stream.write.object-not-started{Attempting to write to an object not started};");
+    unsaved = state != Parsing;
     return *current;
 }
 

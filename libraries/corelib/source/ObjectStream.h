@@ -163,8 +163,6 @@ protected:
 
     /// Drops the tree.
     void clear();
-    /// Whether an object has been started and the tree is not saved yet.
-    bool isUnsaved() const { return state == Writing; }
     /// Whether there is a tree, read or being written.
     bool holdsTree() const { return root.get() != nullptr; }
     /// Trim a line; false if it means nothing.
@@ -173,6 +171,7 @@ protected:
 
     State state = Untouched;
     TextForm textForm = Undecided;  ///< form of the first key of the tree
+    bool unsaved = false;           ///< written to since `saveStream` last set this to false
 
 private:
     template <class Char>
