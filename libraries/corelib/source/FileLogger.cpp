@@ -135,14 +135,14 @@ void FileLogger::enable(const std::string& logDirectory, const std::string& logB
     baseName = logBaseName;
     if (threaded)
         startLoggerThread();
-    enabled = true;
+    change(enabled, true);
 }
 
 void FileLogger::reEnable() {
     checkEnable(baseName);
     if (threaded)
         startLoggerThread();
-    enabled = true;
+    change(enabled, true);
 }
 
 void FileLogger::checkEnable(const std::string& logBaseName, SourcePosition position) const {
@@ -154,6 +154,12 @@ void FileLogger::checkEnable(const std::string& logBaseName, SourcePosition posi
         throwFailure<Enable_EmptyBaseName>(
             "@file-logger.enable.empty-base-name{Trying to enable with empty file base name};", ParamStream(),
             position);
+}
+
+void FileLogger::change(std::atomic<bool>& flag, bool value) {
+    const ThreadLockHolder held(fileLock);
+    const ThreadLockHolder closed(queueLock);
+    flag = value;
 }
 
 void FileLogger::disable() {
@@ -176,7 +182,7 @@ void FileLogger::disable() {
 void FileLogger::useThread(bool useLoggerThread) {
     const bool wasEnabled = enabled;
     disable();
-    threaded = useLoggerThread;
+    change(threaded, useLoggerThread);
     if (wasEnabled)
         enable(std::string(directory), std::string(baseName));
 }
@@ -206,7 +212,7 @@ void FileLogger::log(int level, const Exception& e) {
 void FileLogger::log(const Logger::LogMessageParameter& record) {
     if (!enabled)
         return;
-    // The mode may change until one of the locks is held, with which `disable` has to wait.
+    // The mode may change until one of the locks is held.
     const auto enqueue = [&] {
         {
             const ThreadLockHolder held(queueLock);
@@ -258,7 +264,7 @@ void FileLogger::startLoggerThread() {
     } catch (const Exception& e) {
         threadPresent = false;
         loggerThreadId = 0;
-        threaded = false;
+        change(threaded, false);
         log(1, e);
         throwUntagged<Enable_FailedToRunLoggerThread>(
             "@file-logger.enable.failed-to-run-logger-thread{Could not start logger thread};");

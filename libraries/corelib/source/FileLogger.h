@@ -85,6 +85,9 @@ private:
     using Records = std::list<Logger::LogMessageParameter>;
 
     void checkEnable(const std::string& logBaseName, SourcePosition position = SourcePosition::here()) const;
+    /// Sets `enabled` or `threaded` with both locks held, so that they stay as they are for the holder of
+    /// one.
+    void change(std::atomic<bool>& flag, bool value);
     void startLoggerThread();
     void stopLoggerThread();
     static void* loggerThreadFunction(void* argument);
