@@ -131,9 +131,7 @@ void SystemTools::obtainMachineName() {
 
 void SystemTools::obtainPlatform() {
     std::string platform = "linux";
-    if (!Details.contains(OsBits))
-        obtainOsBits();
-    if (const unsigned int bits = StringTools::toUInt32(Details[OsBits]); bits != 0)
+    if (const unsigned int bits = StringTools::toUInt32(obtain(OsBits)); bits != 0)
         platform += "-" + StringTools::toString(bits);
     Details[Platform] = platform;
 }
@@ -154,9 +152,7 @@ void SystemTools::obtainOsLanguage() {
 }
 
 void SystemTools::obtainKeyboardLanguage() {
-    if (!Details.contains(OsLanguage))
-        obtainOsLanguage();
-    const std::string language = Details[OsLanguage];
+    const std::string language = obtain(OsLanguage);
     const std::string country = language.size() > 3 ? language.substr(3, 2) : std::string();
     Details[KeyboardLanguage] = country + ":" + language.substr(0, 2);
 }
