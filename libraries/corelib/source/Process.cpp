@@ -344,9 +344,10 @@ void ProcessTools::Process::refresh() {
         return;
     // A child that another object has started, or none, is collected too: else it would count as running.
     // That of a process which has forked this one is not: it lives on.
-    if (parentPid == getpid() || isOwnChild())
+    const bool started = parentPid == getpid();
+    if (started || isOwnChild())
         waitPID(pid);
-    if (state != Killed && parentPid != getpid() && ::kill(pid, 0) != 0 && errno == ESRCH)
+    if (!started && ::kill(pid, 0) != 0 && errno == ESRCH)
         state = Ended;
 }
 

@@ -58,9 +58,8 @@ void forEachPart(std::basic_string_view<Char> text, unsigned long maxFields, boo
         if (separator.position == NotFound || made == maxFields - 1 ||
             separator.position + separator.size <= position)
             break;
-        if (!skipEmpty || separator.position != position) {
+        if (!skipEmpty || separator.position != position)
             made = take(text.substr(position, separator.position - position));
-        }
         position = separator.position + separator.size;
     }
     take(text.substr(position));
