@@ -224,6 +224,8 @@ TEST(FileObjectStream, ReplacesTheFileAtCloseOnly) {
     FAILS(out.loadStream(), "Load_FileNotOpenForReading: Load_FileNotOpenForReading");
     writeHost(out);
     out.endObject();
+    for (int look = 0; look < 2; ++look)
+        FAILS(out.haveObject("host"s), "Load_FileNotOpenForReading: Load_FileNotOpenForReading");
     EXPECT_EQ(readFile(name), "old");
     out.close();
     EXPECT_EQ(readFile(name), HostText);
@@ -260,6 +262,11 @@ TEST(FileObjectStream, ReplacesTheFileAtCloseOnly) {
     in.openOut(dir / "copy");
     in.saveStream();
     in.close();
+    in.openOut(dir / "copy");
+    in.saveStream();
+    in.enterObject("other"s);
+    in.setAttribute("late"s, 1);
+    EXPECT_THROW(in.close(), FileObjectStream::Close_FailedToFinalize);
     in.openOut(dir / "copy");
     in.saveStream();
     in.startObject("late"s);
@@ -312,4 +319,11 @@ TEST(FileObjectStream, KeepsWideTextInEitherKindOfFile) {
             own.openIn(dir / name);
             EXPECT_TRUE(own.haveObject(key)) << name;
         }
+    // A narrow name may begin with the byte that follows a wide line feed.
+    for (const std::string first : {"o\n{\n}\n", "oo\n{\n}\n"}) {
+        writeFile(dir / "narrow", first + "\0x\n{\n}\n"s);
+        FileObjectStream own;
+        own.openIn(dir / "narrow");
+        EXPECT_TRUE(own.haveObject("\0x"s)) << first;
+    }
 }

@@ -1,5 +1,6 @@
 #include "FileObjectStream.h"
 
+#include <cstdint>
 #include <new>
 #include <string_view>
 #include <utility>
@@ -45,7 +46,7 @@ void FileObjectStream::openOutNamed(Text name) {
         state = holdsTree() ? Ready : Untouched;  // what is written now is no part of what was parsed
     own = std::move(opened);
     file = own.get();
-    savedToOwn = false;
+    unsaved = holdsTree();  // or a tree that was read would leave an empty file
 }
 
 void FileObjectStream::openOut(const std::string& name) {
@@ -95,9 +96,7 @@ void FileObjectStream::close() {
         return;
     const std::string savingName = closing->getNameAlways();
     const std::string finalName = savingName.substr(0, savingName.size() - SavingSuffix.size());
-    // Else a tree that was only begun, or read and changed, would leave an empty file.
-    const bool missesTree = unsaved || (!savedToOwn && holdsTree());
-    if (!stored || missesTree || !FileTools::move(savingName, finalName, true, 0, false))
+    if (!stored || unsaved || !FileTools::move(savingName, finalName, true, 0, false))
         throwFailure<Close_FailedToFinalize>(
             L"@file-object-stream.close.failed-to-finalize{Failed to rename \"%\" to final \"%\"};",
             ParamStream() << savingName << finalName);
@@ -115,23 +114,22 @@ std::wstring FileObjectStream::getFileNameW() const {
 void FileObjectStream::forget() {
     clear();
     state = Untouched;
-    unsaved = false;
 }
 
 bool FileObjectStream::isWide() const {
     return (own ? textForm : externalForm) == WideText;
 }
 
-/// Wide text has line feeds of two bytes, the second a NUL, where narrow text cannot have one. Half of
-/// another wide character may look like a narrow line feed.
+/// Behind a name, wide text has a line feed and then a bracket or white space: in bytes, from an even
+/// position on, "\n", NUL, any, NUL. Narrow text has a NUL at most in a name or a value.
 bool FileObjectStream::holdsWideText() {
     if (!file->setPos(0))
         return false;
     bool wide = false;
-    bool lineFeed = false;
+    std::uint32_t latest = 0;
     for (char byte = ' '; !wide && file->read(byte);) {
-        wide = lineFeed && byte == '\0';
-        lineFeed = byte == '\n' && file->getPos() % 2 == 1;
+        latest = latest << 8 | static_cast<unsigned char>(byte);
+        wide = (latest & 0xFFFF00FF) == 0x0A000000;
     }
     file->setPos(0);
     return wide;
@@ -142,14 +140,12 @@ void FileObjectStream::saveStream() {
         throwFailure<Save_HaveNoFile>("Save_HaveNoFile");
     if (!file->canWrite())
         throwFailure<Save_FileNotOpenForWriting>("Save_FileNotOpenForWriting");
-    savedToOwn = false;
     const bool taken = isWide() ? file->write(getWStringFormat()) : file->write(getStringFormat());
     if (!taken || !file->flush())
         throwFailure<Save_FailedToSave>(
             L"@file-object-stream.save.failed-to-save{Failed to save stream to \"%\"};",
             ParamStream() << file->getNameAlways());
     unsaved = false;
-    savedToOwn = file == own.get();
 }
 
 void FileObjectStream::loadStream() {

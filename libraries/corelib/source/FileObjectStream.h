@@ -73,7 +73,6 @@ private:
     std::unique_ptr<File> own;
     File* file = nullptr;               ///< `own` or one from outside
     TextForm externalForm = Undecided;  ///< of a file from outside
-    bool savedToOwn = false;            ///< the file that `openOut` has opened holds a tree
 };
 
 }  // namespace MovrikCorelib

@@ -90,6 +90,7 @@ void ObjectStream::addObjectToStream(const Key& key, const Object& object) {
 void ObjectStream::clear() {
     current = nullptr;
     root.clear();
+    unsaved = false;
 }
 
 void ObjectStream::startObject(const Key& key) {

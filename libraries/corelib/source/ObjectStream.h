@@ -171,7 +171,7 @@ protected:
 
     State state = Untouched;
     TextForm textForm = Undecided;  ///< form of the first key of the tree
-    bool unsaved = false;           ///< written to since `saveStream` last set this to false
+    bool unsaved = false;           ///< the tree holds what has not been saved
 
 private:
     template <class Char>
