@@ -120,8 +120,8 @@ bool FileObjectStream::isWide() const {
     return (own ? textForm : externalForm) == WideText;
 }
 
-/// Behind a name, wide text has a line feed and then a bracket or white space: in bytes, from an even
-/// position on, "\n", NUL, any, NUL. Narrow text has a NUL at most in a name or a value.
+/// Behind a name, wide text has a line feed and then a bracket or white space: in bytes "\n", NUL, any, NUL.
+/// Narrow text has a NUL at most in a name or a value.
 bool FileObjectStream::holdsWideText() {
     if (!file->setPos(0))
         return false;
